@@ -1,0 +1,14 @@
+# What every target of the project has in common.
+function(vok_configure_target target)
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+  if(VOK_WERROR)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+  if(VOK_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${VOK_SANITIZE} -fno-sanitize-recover=all
+                                             -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE -fsanitize=${VOK_SANITIZE})
+  endif()
+endfunction()

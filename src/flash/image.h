@@ -1,0 +1,57 @@
+#pragma once
+
+#include <array>
+
+#include "flash/types.h"
+
+/// The flash image: one process-wide array of 32 MiB, and the only way to read it. Words are big-endian and need no
+/// alignment. Every access is bounded: what lies beyond the image's end reads as erased and cannot be written, so a
+/// damaged location word or a partition set up out of range never reaches foreign memory.
+
+namespace vok {
+
+inline constexpr u32 kFlashSize = 0x2000000;
+inline constexpr u8 kErasedByte = 0xFF;
+
+namespace detail {
+extern std::array<u8, kFlashSize> flash_image;
+u16 ReadFlashWord16AtEnd(FlashAddress address);
+}  // namespace detail
+
+/// Whether @p count bytes from @p address on lie inside the image.
+constexpr bool InFlash(FlashAddress address, u64 count) {
+  return address <= kFlashSize && count <= kFlashSize - address;
+}
+
+/// The byte at @p address, for bulk copies; the caller keeps inside the image.
+inline u8* VirtualMemoryAddress(FlashAddress address) { return detail::flash_image.data() + address; }
+
+inline u16 ReadFlashWord16(FlashAddress address) {
+  if (!InFlash(address, 2)) [[unlikely]]
+    return detail::ReadFlashWord16AtEnd(address);
+  const u8* byte = detail::flash_image.data() + address;
+  return static_cast<u16>(byte[0] << 8 | byte[1]);
+}
+
+inline u32 ReadFlashWord32(FlashAddress address) {
+  return static_cast<u32>(ReadFlashWord16(address)) << 16 | ReadFlashWord16(address + 2);
+}
+
+/// Copies @p count bytes out of the image; those beyond its end come as erased.
+void CopyFromFlash(u8* destination, FlashAddress address, u32 count);
+
+/// Plain stores, whatever the bytes held before; the device layer and the PSDT loader are the callers.
+void StoreFlashByte(FlashAddress address, u8 value);
+void WriteFlashWord16(FlashAddress address, u16 value);
+void WriteFlashWord32(FlashAddress address, u32 value);
+
+/// Copies @p count bytes in, which may come from the image itself.
+void CopyToFlash(FlashAddress address, const u8* data, u32 count);
+
+/// Sets @p count bytes to 0xFF.
+void FillErased(FlashAddress address, u32 count);
+
+/// Sets the whole image to 0xFF. @return 0
+u16 EraseFlashImage();
+
+}  // namespace vok

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "store/volume/records.h"
+
+namespace vok {
+
+inline constexpr u16 kNoCacheEntry = 0xFFFF;
+
+/// The location cache: a ring of the header slots found or written last, inside the partition's arena. A miss means
+/// only that the flash must be scanned.
+///
+/// Invariants: at most one entry for each (type, ID); type 0 marks an empty entry; head is the oldest entry, the next
+/// to be overwritten. An 8-byte head is followed by 16 bytes an entry: type, ID, 4 bytes unused, header slot.
+class LocationCache {
+ public:
+  /// The least arena space that holds a cache.
+  static constexpr u32 kLeastSize = 24;
+
+  /// A view of the partition's cache; false when it has none.
+  explicit LocationCache(const PartitionRecord& partition) : base_(partition.location_cache) {}
+  explicit operator bool() const { return base_ != nullptr; }
+
+  /// Lays an empty cache over @p size bytes.
+  static void Place(u8* base, u32 size);
+
+  u16 capacity() const;
+
+  /// The entry of an item, searched from the newest to the oldest; 65535 = none.
+  u16 Find(u16 type, u16 id) const;
+  FlashAddress slot(u16 entry) const;
+  void set_slot(u16 entry, FlashAddress slot);
+
+  /// Overwrites the oldest entry. The item must not be cached yet.
+  void Insert(u16 type, u16 id, FlashAddress slot);
+  void Forget(u16 type, u16 id);
+
+ private:
+  u8* Entry(u16 index) const;
+
+  u8* base_;
+};
+
+}  // namespace vok

@@ -1,0 +1,80 @@
+#include "store/read/search.h"
+
+#include "flash/codes.h"
+#include "flash/hooks.h"
+#include "store/read/directory.h"
+#include "store/read/hunt.h"
+
+namespace vok {
+
+namespace {
+
+bool Matches(const SlotHeader& header, u16 type, u16 id) {
+  return header.type == type && (id == kAnyId || header.id == id) && IsValid(header.word);
+}
+
+/// Looks through one block from @p first on.
+bool SearchBlock(const PartitionRecord& partition, u16 index, FlashAddress first, u16 type, u16 id,
+                 SearchResult& result) {
+  SlotWalk walk(partition, partition.block_table[index], first);
+  for (; walk.AtSlot(); walk.Advance()) {
+    if (!Matches(walk.header(), type, id)) continue;
+    result.slot = walk.slot();
+    result.block = index;
+    result.header = walk.header();
+    return true;
+  }
+  // Damage, but no reason to miss the items of the blocks that follow.
+  if (walk.RanOut()) Fail(code::kInternalError);
+  return false;
+}
+
+bool SearchBlocks(const PartitionRecord& partition, u16 type, u16 id, SearchStart start, SearchResult& result) {
+  u16 index = 0;
+  FlashAddress first = 0;
+  if (start.ContinuesAfterSlot()) {
+    index = BlockOfAddress(partition, start.slot());
+    first = start.slot() + CurrentLayout().slot_size();
+  }
+  for (; index < partition.block_count; ++index, first = 0) {
+    const BlockRecord& block = partition.block_table[index];
+    if (!IsSearched(block)) continue;
+    if (SearchBlock(partition, index, first != 0 ? first : FirstSlot(block), type, id, result)) return true;
+  }
+  return false;
+}
+
+/// @return whether the directory settled the search, one way or the other
+bool AskDirectory(PartitionRecord& partition, u16 type, u16 id, SearchResult& result) {
+  const DirLocation location = DirFindLocation(partition, type, id);
+  if (location.knowledge == DirKnowledge::kUnknown) return false;
+  if (location.knowledge == DirKnowledge::kFound) {
+    result.slot = location.slot;
+    result.block = BlockOfAddress(partition, location.slot);
+    result.header = ReadHeader(location.slot);
+  }
+  return true;
+}
+
+}  // namespace
+
+u16 SearchResult::Missing() const { return error != code::kOk ? error : Fail(code::kItemNotFound); }
+
+SearchResult FindItem(PartitionRecord& partition, u16 type, u16 id, Caching caching, SearchStart start) {
+  SearchResult result;
+  if (start.MayAskDirectory() && id != kAnyId && AskDirectory(partition, type, id, result)) return result;
+
+  for (;;) {
+    HuntFlag flag(partition);
+    if (!flag.taken()) {
+      result.error = code::kOutOfHuntFlags;
+      return result;
+    }
+    if (SearchBlocks(partition, type, id, start, result)) break;
+    if (flag.StillValid()) return result;
+  }
+  if (caching == Caching::kOn) DirRecordLocation(partition, type, result.header.id, result.slot, NewItem::kNo);
+  return result;
+}
+
+}  // namespace vok

@@ -1,0 +1,99 @@
+#pragma once
+
+#include "store/volume/layout.h"
+#include "store/volume/records.h"
+
+/// Header slots and item records as they lie in flash.
+
+namespace vok {
+
+/// A header slot: what ReadHeader() finds, or what a writer wants written.
+struct SlotHeader {
+  u16 type;
+  u16 id;
+  u32 word;  ///< location word
+};
+
+inline SlotHeader ReadHeader(FlashAddress slot) {
+  return {.type = ReadFlashWord16(slot + slot_field::kType),
+          .id = ReadFlashWord16(slot + slot_field::kId),
+          .word = ReadHeaderWord(slot + slot_field::kLocationWord)};
+}
+
+/// Programs a slot's location word. @return 0, or 105
+inline u16 ProgramLocationWord(FlashAddress slot, u32 word) {
+  return WriteHeaderWord(word, slot + slot_field::kLocationWord);
+}
+
+/// Makes a slot the current copy of its item. @return 0, or 105
+inline u16 CommitSlot(FlashAddress slot, u32 word) { return ProgramLocationWord(slot, ValidWord(word)); }
+
+/// The record that a slot names.
+struct ItemRecord {
+  FlashAddress length_word;
+  u32 length;     ///< payload bytes; 0 for a record that is not sound
+  bool in_block;  ///< the length word lies in the slot's block
+  bool sound;     ///< so does the whole record
+
+  FlashAddress payload() const { return length_word - Pad(length) - length; }
+};
+
+/// Finds the record of location word @p word in its block. A damaged word never leads out of the block: such a record
+/// counts as empty and not sound.
+ItemRecord LocateRecord(const PartitionRecord& partition, const BlockRecord& block, u32 word);
+
+inline u32 ItemDataLength(const PartitionRecord& partition, const BlockRecord& block, const SlotHeader& header) {
+  return LocateRecord(partition, block, header.word).length;
+}
+
+/// Walks the header slots of one block, in order, to the first unused slot or the block's end, whatever the bytes say:
+///
+///     for (SlotWalk walk(partition, block); walk.AtSlot(); walk.Advance()) Use(walk.slot(), walk.header());
+class SlotWalk {
+ public:
+  SlotWalk(const PartitionRecord& partition, const BlockRecord& block) : SlotWalk(partition, block, FirstSlot(block)) {}
+  /// Begins at @p first instead of the block's first slot.
+  SlotWalk(const PartitionRecord& partition, const BlockRecord& block, FlashAddress first)
+      : slot_(first), end_(BlockEnd(partition, block)), slot_size_(CurrentLayout().slot_size()) {
+    Load();
+  }
+
+  bool AtSlot() const { return at_slot_; }
+  void Advance() {
+    slot_ += slot_size_;
+    Load();
+  }
+
+  /// The slot at hand; once the walk is over, the first unused one.
+  FlashAddress slot() const { return slot_; }
+  const SlotHeader& header() const { return header_; }
+  bool IsValidItem() const { return IsValid(header_.word); }
+
+  /// Whether the walk ended because the slot list runs into the block's end.
+  bool RanOut() const { return ran_out_; }
+
+ private:
+  void Load() {
+    if (slot_ < end_) {
+      header_.type = ReadFlashWord16(slot_ + slot_field::kType);
+      at_slot_ = header_.type != kUnusedType;
+      if (!at_slot_) return;
+    }
+    if (slot_ + slot_size_ > end_) {
+      at_slot_ = false;
+      ran_out_ = true;
+      return;
+    }
+    header_.id = ReadFlashWord16(slot_ + slot_field::kId);
+    header_.word = ReadHeaderWord(slot_ + slot_field::kLocationWord);
+  }
+
+  FlashAddress slot_;
+  FlashAddress end_;
+  u32 slot_size_;
+  SlotHeader header_{};
+  bool at_slot_ = false;
+  bool ran_out_ = false;
+};
+
+}  // namespace vok

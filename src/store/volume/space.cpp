@@ -1,0 +1,145 @@
+#include "store/volume/space.h"
+
+#include "flash/codes.h"
+#include "flash/hooks.h"
+#include "store/volume/lock_table.h"
+
+namespace vok {
+
+namespace {
+
+bool TakesRecords(const BlockRecord& block, SpaceUse use) {
+  const BlockStates& states = CurrentLayout().states;
+  return block.state == states.active || (use == SpaceUse::kReorganise && block.state == states.reorg_target);
+}
+
+/// A block that is free now or will be once it is erased.
+bool CountsAsSpare(const BlockRecord& block, SpaceUse use) {
+  const BlockStates& states = CurrentLayout().states;
+  return block.state == states.free || block.state == states.retired || block.state == states.erased ||
+         block.state == states.erasing || (use == SpaceUse::kWrite && block.state == states.reorg_target);
+}
+
+/// Opening comes first, so that a mount can tell a block being taken into use from a Free one.
+u16 OpenBlock(BlockRecord& block) {
+  if (u16 code = ProgramBlockState(block, CurrentLayout().states.opening)) return code;
+  return EnterBlockState(block, CurrentLayout().states.active);
+}
+
+/// Which code tells a writer how to make room for @p length payload bytes.
+u16 NoRoomCode(const PartitionRecord& partition, u32 length) {
+  const SpaceSurvey survey = FreeSpaceSurvey(partition, PointersOut::kAdmit);
+  const u64 need = RecordAndSlotSize(length);
+  if (survey.best_reclaim >= need) return code::kNeedReorg;
+  if (survey.total_reclaim >= need) return code::kNeedDeepReorg;
+  return code::kPartitionFull;
+}
+
+/// Finds a place, opening the Free block offered when no block in use has one.
+u16 PlaceRecord(PartitionRecord& partition, u32 length, RecordPlace& place) {
+  place = FindBlockForRecord(partition, length, SpaceUse::kWrite);
+  if (place.length_word != 0) return code::kOk;
+  // A damaged Free block may carry slots; it is not opened when the record would not fit between them.
+  const bool can_open =
+      place.block != kNoBlock && UsableSpace(partition.block_table[place.block]) >= RecordAndSlotSize(length);
+  if (!can_open) return Fail(NoRoomCode(partition, length));
+
+  BlockRecord& block = partition.block_table[place.block];
+  if (u16 code = OpenBlock(block)) return code;
+  place.length_word = block.top - CurrentLayout().word_size;
+  return code::kOk;
+}
+
+}  // namespace
+
+RecordPlace FindBlockForRecord(const PartitionRecord& partition, u32 length, SpaceUse use) {
+  const u64 need = RecordAndSlotSize(length);
+  RecordPlace place;
+  u32 best = partition.block_size;
+  u16 last_free = kNoBlock;
+  // A move may use up the spare, and a write-once partition keeps none.
+  u32 spares = use == SpaceUse::kReorganise || IsWriteOnce(partition) ? 1 : 0;
+  for (u16 i = 0; i < partition.block_count; ++i) {
+    const BlockRecord& block = partition.block_table[i];
+    if (TakesRecords(block, use)) {
+      const u32 free = UsableSpace(block);
+      if (free < need || free >= best) continue;
+      best = free;
+      place = {.length_word = block.top - CurrentLayout().word_size, .block = i};
+    } else if (CountsAsSpare(block, use)) {
+      ++spares;
+      if (block.state == CurrentLayout().states.free) last_free = i;
+    }
+  }
+  // The last spare stays, so that a reorganisation always finds a target.
+  if (place.block == kNoBlock && spares > 1) place.block = last_free;
+  return place;
+}
+
+u16 FindSpareBlock(const PartitionRecord& partition, u16& spare) {
+  spare = kNoBlock;
+  u32 least_worn = 0;
+  for (u16 i = 0; i < partition.block_count; ++i) {
+    const BlockRecord& block = partition.block_table[i];
+    if (block.state != CurrentLayout().states.free || block.wear_counter <= least_worn) continue;
+    least_worn = block.wear_counter;
+    spare = i;
+  }
+  return spare != kNoBlock ? code::kOk : Fail(code::kNoSpareBlock);
+}
+
+u16 AllocateItemRecord(PartitionRecord& partition, u16 type, u16 id, const u8* payload, u32 length, NewRecord& record) {
+  RecordPlace place;
+  if (u16 code = PlaceRecord(partition, length, place)) return code;
+
+  BlockRecord& block = partition.block_table[place.block];
+  if (u16 code = WriteRecordBytes(block, place.length_word, payload, length)) return code;
+  record = {.slot = block.next_slot,
+            .payload = place.length_word - Pad(length) - length,
+            .block = place.block,
+            .header = {.type = type, .id = id, .word = LocationOf(block.base, place.length_word)}};
+  return WriteHeaderSlot(block, record.header);
+}
+
+u16 WriteRecordBytes(BlockRecord& block, FlashAddress length_word, const u8* payload, u32 length) {
+  if (u16 code = WriteHeaderWord(length, length_word)) return code;
+  if (payload != nullptr && length > 0)
+    if (u16 code = FlashProgramBuffer(length_word - Pad(length) - length, payload, length)) return code;
+  block.top -= RecordSize(length);
+  return code::kOk;
+}
+
+u16 WriteHeaderSlot(BlockRecord& block, SlotHeader& header) {
+  header.word = AllocatedWord(header.word);
+  const FlashAddress slot = block.next_slot;
+  if (u16 code = FlashProgram16(header.type, slot + slot_field::kType)) return code;
+  if (u16 code = FlashProgram16(header.id, slot + slot_field::kId)) return code;
+  if (u16 code = ProgramLocationWord(slot, header.word)) return code;
+  ++block.slot_count;
+  block.next_slot += CurrentLayout().slot_size();
+  CloseIfFull(block);
+  return code::kOk;
+}
+
+SpaceSurvey FreeSpaceSurvey(const PartitionRecord& partition, PointersOut pointers) {
+  const LockTable locks(partition);
+  SpaceSurvey survey;
+  survey.has_pointers_out = pointers == PointersOut::kAdmit;
+  for (u16 i = 0; i < partition.block_count; ++i) {
+    const BlockRecord& block = partition.block_table[i];
+    if (block.state != CurrentLayout().states.active) continue;
+    const bool has_pointers = locks.HasPointersOut(i);
+    if (has_pointers && pointers == PointersOut::kSkip) continue;
+    if (block.dead_bytes > survey.dead_bytes) {
+      survey.most_dead = i;
+      survey.dead_bytes = block.dead_bytes;
+      survey.has_pointers_out = has_pointers;
+    }
+    const u32 reclaim = block.dead_bytes + UsableSpace(block);
+    survey.best_reclaim = reclaim > survey.best_reclaim ? reclaim : survey.best_reclaim;
+    survey.total_reclaim += reclaim;
+  }
+  return survey;
+}
+
+}  // namespace vok

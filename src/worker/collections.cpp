@@ -1,0 +1,91 @@
+#include <memory>
+#include <new>
+
+#include "flash/codes.h"
+#include "store/volume/layout.h"
+#include "vok/store.h"
+#include "vok/vok_worker.h"
+
+namespace code = vok::code;
+
+namespace {
+
+/// The largest item that the list operations move.
+constexpr std::uint32_t kScratchSize = 0x20000;
+constexpr std::uint32_t kListSize = 65535;
+constexpr std::uint16_t kNotWritten = 0xFFFF;
+
+void ThrowUnlessOk(std::uint16_t code) {
+  if (code != code::kOk) throw VokError(code);
+}
+
+template <typename T>
+std::unique_ptr<T[]> Scratch(std::size_t count) {
+  return std::unique_ptr<T[]>(new (std::nothrow) T[count]);
+}
+
+void AppendItemsOfType(std::uint8_t partition, std::uint16_t type, std::uint16_t* ids, std::vector<VOKITEM>& items) {
+  std::uint16_t cursor = 0;
+  std::uint32_t count = kListSize;
+  std::uint32_t total_length = kListSize;
+  ThrowUnlessOk(vok::ListItems(partition, type, &cursor, nullptr, ids, &count, &total_length));
+  for (std::uint32_t i = 0; i < count; ++i) {
+    VOKITEM& item = items.emplace_back();
+    item.Type = type;
+    item.Id = ids[i];
+  }
+}
+
+}  // namespace
+
+std::uint16_t VokWorker::GetVOKItems(const std::string& section, std::vector<VOKITEM>& items) {
+  std::uint16_t start_type = 0;
+  if (!GetSectionStartVokType(section, start_type)) return code::kInvalidPartition;
+  return GetVOKItems(start_type, items);
+}
+
+std::uint16_t VokWorker::GetVOKItems(std::uint16_t start_type, std::vector<VOKITEM>& items) {
+  const std::uint8_t partition = vok::FindPartitionForType(start_type);
+  const auto types = Scratch<std::uint16_t>(kListSize);
+  const auto ids = Scratch<std::uint16_t>(kListSize);
+  if (types == nullptr || ids == nullptr) return code::kOk;
+  std::uint16_t cursor = start_type;
+  std::uint32_t count = kListSize;
+  ThrowUnlessOk(vok::ListTypes(partition, &cursor, nullptr, types.get(), &count));
+  for (std::uint32_t i = 0; i < count; ++i) AppendItemsOfType(partition, types[i], ids.get(), items);
+  return code::kOk;
+}
+
+std::vector<VOKITEM> VokWorker::ReadAllVOK(const std::string& section) {
+  std::vector<VOKITEM> items;
+  GetVOKItems(section, items);
+  const auto buffer = Scratch<std::uint8_t>(kScratchSize);
+  if (buffer == nullptr) return items;
+  for (VOKITEM& item : items) {
+    std::uint32_t length = kScratchSize;
+    if (ReadVOK(item.Type, item.Id, buffer.get(), length) != code::kOk) break;
+    item.Data.assign(buffer.get(), buffer.get() + length);
+    item.Length = length;
+  }
+  return items;
+}
+
+void VokWorker::WriteVOK(std::uint16_t type, std::uint16_t& id, const std::uint8_t* data, std::uint32_t length) {
+  constexpr std::uint8_t kJournalled = 1;
+  if (!vok::IsItemType(type)) throw VokError(code::kInvalidParameter);
+  std::uint16_t version = 0;
+  GetTypeBlockVOKVersion(type, version);
+  if (version != vok::CurrentLayout().version) throw VokError(code::kFlashWrite);
+  ThrowUnlessOk(vok::WriteItem(vok::FindPartitionForType(type), kJournalled, type, &id, data, length));
+}
+
+void VokWorker::WriteAllVOK(const std::vector<VOKITEM>& items) {
+  EraseCodeplugVirtualMemory();
+  BuildDefaultVOKHeaders();
+  for (const VOKITEM& item : items) {
+    if (item.Data.size() > kScratchSize) throw VokError(code::kItemTooBig);
+    if (item.Type == kNotWritten || item.Id == kNotWritten) continue;
+    std::uint16_t id = item.Id;
+    WriteVOK(item.Type, id, item.Data.data(), static_cast<std::uint32_t>(item.Data.size()));
+  }
+}
