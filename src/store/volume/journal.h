@@ -12,9 +12,9 @@ namespace vok {
 struct JournalTemplate {
   static constexpr u32 kNoOffset = 0xFFFFFFFF;
 
-  u16 kind;
-  u16 type;
-  u16 id;
+  u16 kind = 0;
+  u16 type = 0;
+  u16 id = 0;
   u32 offset = kNoOffset;  ///< partial write: where the new bytes go in the item
 };
 

@@ -1,0 +1,93 @@
+#include "support/store_fixture.h"
+
+namespace vok::test {
+namespace {
+
+/// A chip that makes bulk programs step by step.
+class StepwiseDevice : public RecordingDevice {
+ public:
+  std::uint16_t ProgramBytes(const std::uint8_t* data, std::uint32_t address, std::uint32_t length) override {
+    return ProgramBytesStepwise(data, address, length);
+  }
+};
+
+class DeviceTest : public StoreTest {};
+VOK_FOR_EACH_VERSION(DeviceTest);
+
+TEST_P(DeviceTest, TheStepwiseSequenceGivesTheSameBytesAsTheBlockCopy) {
+  SetUpFormatted();
+  ASSERT_EQ(Write(5, 1, Payload(1, 7)), 0);
+  ASSERT_EQ(Write(5, 2, Payload(2, 12)), 0);
+  const Bytes bulk = PartitionBytes();
+
+  SetUpFormatted();
+  StepwiseDevice stepwise;
+  InstallFlashDevice(&stepwise);
+  ASSERT_EQ(Write(5, 1, Payload(1, 7)), 0);
+  ASSERT_EQ(Write(5, 2, Payload(2, 12)), 0);
+  EXPECT_EQ(PartitionBytes(), bulk);
+  const std::uint8_t odd[] = {1, 2, 3, 4, 5};
+  stepwise.steps.clear();
+  stepwise.ProgramBytes(odd, 0x101, 5);
+  EXPECT_EQ(stepwise.steps, (std::vector<std::string>{"8 101=1", "16 102=203", "16 104=405"}));
+  stepwise.steps.clear();
+  stepwise.fail_at = 1;
+  EXPECT_EQ(stepwise.ProgramBytes(odd, 0x100, 5), 1);
+  EXPECT_EQ(stepwise.steps.size(), 2u) << "the steps after a failure are not made";
+  InstallFlashDevice(&device_);
+}
+
+TEST_P(DeviceTest, AFailedStepGivesItsCodeOnceAndStopsTheOperation) {
+  SetUpErased();
+  device_.fail_at = 0;
+  EXPECT_EQ(MountPartition(0, 0), 104);
+  EXPECT_EQ(device_.steps.size(), 1u);
+  device_.steps.clear();
+  device_.fail_at = 3;
+  hooks_.reports.clear();
+  EXPECT_EQ(MountPartition(0, 0), 105);
+  EXPECT_EQ(device_.steps.size(), 4u);
+  EXPECT_EQ(hooks_.reports, (std::vector<std::uint16_t>{105}));
+}
+
+TEST_P(DeviceTest, AnExceptionOfTheDeviceGivesAllLocksBackAndLeavesTheBytes) {
+  SetUpFormatted({.arena = 512});
+  ASSERT_EQ(Write(5, 1, Payload(3, 9)), 0);
+  const int steps = static_cast<int>(device_.steps.size());
+  ASSERT_GT(steps, 5);
+  for (int step = 0; step < steps; ++step) {
+    SetUpFormatted({.arena = 512});
+    const Bytes before = PartitionBytes();
+    device_.throw_at = step;
+    EXPECT_THROW(Write(5, 1, Payload(3, 9)), RecordingDevice::Cut) << step;
+    device_.throw_at = -1;
+    EXPECT_EQ(hooks_.locks_held, 0) << step;
+    EXPECT_EQ(PartitionBytes() != before, step != 0) << step;
+  }
+}
+
+TEST_P(DeviceTest, PartitionsBeyondTheImageReadAsErasedAndTakeNoBytes) {
+  for (const std::uint64_t base : {std::uint64_t{0x2000000}, std::uint64_t{0x2000000} - format().block_size,
+                                   std::uint64_t{0xFFFFFFFC}, std::uint64_t{0x100040000}}) {
+    TerminateStore();
+    worker_.EraseVirtualMemory(0, 0x2000000);
+    const PartitionDescriptor descriptor{.state = 1,
+                                         .base = base,
+                                         .block_size = format().block_size,
+                                         .arena = nullptr,
+                                         .arena_size = 0,
+                                         .lock_count = 0,
+                                         .handle_count = 0,
+                                         .block_count = 2,
+                                         .flags = 0};
+    ASSERT_EQ(SetUpPartitions(1, &descriptor), 0);
+    EXPECT_EQ(MountPartition(0, 1), 125);
+    EXPECT_EQ(MountPartition(0, 0), 0);
+    Write(5, 1, Payload(1, 100));
+    ReadCode(5, 1);
+    EXPECT_EQ(Flash(kBase, 16), Bytes(16, 0xFF));
+  }
+}
+
+}  // namespace
+}  // namespace vok::test

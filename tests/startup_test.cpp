@@ -1,0 +1,155 @@
+#include "support/psdt_image.h"
+#include "support/store_fixture.h"
+
+namespace vok::test {
+namespace {
+
+class StartupTest : public StoreTest {
+ protected:
+  static constexpr std::uint32_t kPsdt = 0xE000;
+
+  /// The kinds that each store version takes for read-only and read/write sections.
+  std::uint16_t ReadOnlyKind() const { return GetParam() == 1 ? 2 : 3; }
+  std::uint16_t ReadWriteKind() const { return GetParam() == 1 ? 3 : 4; }
+
+  Section Make(std::string tag, std::uint16_t partition, std::uint16_t first, std::uint16_t last) const {
+    Section section;
+    section.tag = std::move(tag);
+    section.start = 0x100000 + partition * 0x100000u;
+    section.block_size = format().block_size;
+    section.kind = ReadWriteKind();
+    section.partition = partition;
+    section.ranges[0] = {1, first, last};
+    return section;
+  }
+
+  void Load(const std::vector<Section>& sections) {
+    const Bytes psdt = PsdtImage(sections, 0x1000);
+    ASSERT_EQ(worker_.LoadPSDT(psdt.data(), static_cast<std::uint32_t>(psdt.size()), kPsdt), 0);
+    worker_.SetBlockVOKVersion(0, static_cast<std::uint16_t>(GetParam()));
+  }
+};
+VOK_FOR_EACH_VERSION(StartupTest);
+
+TEST_P(StartupTest, DefaultHeadersMakeAStoreThatReadsBackAsAList) {
+  Section skipped = Make("SKIP", 7, 500, 600);
+  skipped.kind = 6;
+  Load({Make("CPGA", 0, 1, 99), Make("TUNA", 1, 100, 199), skipped});
+  std::uint8_t byte = 0;
+  std::uint32_t length = 1;
+  EXPECT_EQ(worker_.ReadVOK(1, 1, &byte, length), 138);
+  ASSERT_EQ(worker_.BuildDefaultVOKHeaders(), 0);
+  EXPECT_EQ(Read16(0x100000 + 12), format().free);
+  EXPECT_EQ(Read16(0x100000 + format().block_size + 12), format().active);
+  EXPECT_EQ(Read16(0x800000 + format().block_size + 12), format().active) << "a passed-over section is formatted, too";
+  EXPECT_EQ(worker_.ReadVOK(550, 1, &byte, length), 116) << "but has no partition";
+  EXPECT_EQ(worker_.ReadVOK(0, 1, &byte, length), 115);
+  EXPECT_EQ(worker_.ReadVOK(65534, 1, &byte, length), 115);
+
+  std::uint16_t id = 0xFFFF;
+  const Bytes data = Payload(1, 300);
+  worker_.WriteVOK(7, id, data.data(), 300);
+  EXPECT_EQ(id, 0);
+  id = 1;
+  worker_.WriteVOK(5, id, data.data(), 20);
+  id = 4;
+  worker_.WriteVOK(150, id, data.data(), 0);
+  const auto items = worker_.ReadAllVOK("CPGA and more");
+  ASSERT_EQ(items.size(), 2u);
+  EXPECT_EQ(items[0].Type, 7);
+  EXPECT_EQ(items[0].Data, data);
+  EXPECT_EQ(items[1].Length, 20u);
+  EXPECT_EQ(worker_.ReadAllVOK("TUNA").size(), 1u);
+  EXPECT_TRUE(worker_.ReadAllVOK("CPG").empty());
+  { const VokWorker other(worker_); }
+  EXPECT_EQ(worker_.ReadVOK(5, 1, &byte, length), 138) << "destroying any worker ends the store";
+  EXPECT_FALSE(worker_.TerminateVOK());
+}
+
+TEST_P(StartupTest, RoutesFollowTheRangesAndPreferMountedPartitions) {
+  Section first = Make("CPGA", 0, 1, 99);
+  first.ranges[1] = {255, 200, 300};
+  first.ranges[2] = {3, 400, 500};
+  Section second = Make("TUNA", 1, 50, 60);
+  Load({first, second});
+  ASSERT_EQ(worker_.BuildDefaultVOKHeaders(), 0);
+  EXPECT_EQ(FindPartitionForType(50), 0);
+  EXPECT_EQ(FindPartitionForType(250), 255);
+  EXPECT_EQ(FindPartitionForType(450), 0);
+  worker_.TerminateVOK();
+  EXPECT_EQ(FindPartitionForType(50), 1) << "nothing mounted: the last match";
+  Poke(first.start, Bytes(2 * format().block_size, 0));
+  StartStore();
+  EXPECT_EQ(FindPartitionForType(50), 1) << "the first is not mounted";
+  EXPECT_EQ(FindPartitionForType(40), 0);
+  std::uint32_t length = 0;
+  EXPECT_EQ(worker_.ReadVOK(40, 1, nullptr, length), 140);
+}
+
+TEST_P(StartupTest, RecordsThatCannotBeServedArePassedOver) {
+  Section number = Make("NUMB", 9, 10, 19);
+  Section outside = Make("OUTS", 1, 20, 29);
+  outside.start = 0x2000000 - format().block_size;
+  Load({number, outside, Make("GOOD", 0, 1, 9)});
+  ASSERT_EQ(worker_.BuildDefaultVOKHeaders(), 0);
+  EXPECT_EQ(FindPartitionForType(1), 0);
+  EXPECT_EQ(FindPartitionForType(10), 255);
+  EXPECT_EQ(FindPartitionForType(20), 255);
+  EXPECT_EQ(Read16(outside.start + 12), format().free) << "the block inside the image is formatted";
+  PartitionRecord record{};
+  EXPECT_EQ(GetPartitionRecord(0, &record), 0);
+
+  Load({Make("AAAA", 0, 1, 9), Make("BBBB", 0, 10, 19)});
+  ASSERT_EQ(worker_.BuildDefaultVOKHeaders(), 0);
+  EXPECT_EQ(FindPartitionForType(10), 0);
+  EXPECT_EQ(GetPartitionRecord(0, &record), 138) << "one number twice: set-up meets an empty descriptor";
+}
+
+TEST_P(StartupTest, ReadOnlySectionsMountThroughTheirCheckRange) {
+  Section section = Make("PDAT", 0, 1, 99);
+  Load({section});
+  ASSERT_EQ(worker_.BuildDefaultVOKHeaders(), 0);
+  std::uint16_t id = 3;
+  const Bytes data = Payload(3, 40);
+  worker_.WriteVOK(5, id, data.data(), 40);
+  const Bytes codeplug = Flash(section.start, 2 * format().block_size);
+  worker_.TerminateVOK();
+
+  section.kind = ReadOnlyKind();
+  for (const std::uint16_t range : {std::uint16_t{1}, std::uint16_t{0x81}}) {
+    section.ranges[0][0] = range;
+    Load({section});
+    ASSERT_EQ(worker_.LoadCodeplug(codeplug.data(), static_cast<std::uint32_t>(codeplug.size()), section.start, 0), 0);
+    std::uint32_t length = 40;
+    Bytes out(40);
+    const bool mounts = GetParam() != 1 && range == 0x81;
+    EXPECT_EQ(worker_.ReadVOK(5, 3, out.data(), length), mounts ? 0 : 140) << range;
+    if (!mounts) continue;
+    EXPECT_EQ(out, data);
+    EXPECT_EQ(Write(5, 3, data), 134);
+    EXPECT_THROW(worker_.WriteVOK(5, id, data.data(), 40), VokError);
+  }
+}
+
+TEST_P(StartupTest, TheVersionComesFromTheBlockOrTheCaller) {
+  Load({Make("CPGA", 0, 1, 99)});
+  ASSERT_EQ(worker_.BuildDefaultVOKHeaders(), 0);
+  const Bytes codeplug = Flash(0x100000, 2 * format().block_size);
+  const auto other = static_cast<std::uint16_t>(GetParam() % 3 + 1);
+  const auto length = static_cast<std::uint32_t>(codeplug.size());
+  worker_.SetBlockVOKVersion(0, other);
+  ASSERT_EQ(worker_.LoadCodeplug(codeplug.data(), length, 0x100000, 0), 0);
+  std::uint16_t id = 1;
+  EXPECT_NO_THROW(worker_.WriteVOK(5, id, codeplug.data(), 4));
+  Poke16(0x100000 + 6, other);
+  try {
+    worker_.WriteVOK(5, id, codeplug.data(), 4);
+    ADD_FAILURE() << "written into a section of another store version";
+  } catch (const VokError& error) {
+    EXPECT_EQ(error.Code, 105);
+  }
+  EXPECT_EQ(ApplyStoreVersion(4), 1);
+}
+
+}  // namespace
+}  // namespace vok::test
