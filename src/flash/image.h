@@ -26,11 +26,16 @@ constexpr bool InFlash(FlashAddress address, u64 count) {
 /// The byte at @p address, for bulk copies; the caller keeps inside the image.
 inline u8* VirtualMemoryAddress(FlashAddress address) { return detail::flash_image.data() + address; }
 
+inline u16 BigEndian16(const u8* bytes) { return static_cast<u16>(bytes[0] << 8 | bytes[1]); }
+inline u32 BigEndian32(const u8* bytes) {
+  return static_cast<u32>(bytes[0]) << 24 | static_cast<u32>(bytes[1]) << 16 | static_cast<u32>(bytes[2]) << 8 |
+         bytes[3];
+}
+
 inline u16 ReadFlashWord16(FlashAddress address) {
   if (!InFlash(address, 2)) [[unlikely]]
     return detail::ReadFlashWord16AtEnd(address);
-  const u8* byte = detail::flash_image.data() + address;
-  return static_cast<u16>(byte[0] << 8 | byte[1]);
+  return BigEndian16(VirtualMemoryAddress(address));
 }
 
 inline u32 ReadFlashWord32(FlashAddress address) {

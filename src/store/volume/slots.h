@@ -54,7 +54,10 @@ class SlotWalk {
   SlotWalk(const PartitionRecord& partition, const BlockRecord& block) : SlotWalk(partition, block, FirstSlot(block)) {}
   /// Begins at @p first instead of the block's first slot.
   SlotWalk(const PartitionRecord& partition, const BlockRecord& block, FlashAddress first)
-      : slot_(first), end_(BlockEnd(partition, block)), slot_size_(CurrentLayout().slot_size()) {
+      : slot_(first),
+        end_(BlockEnd(partition, block)),
+        safe_end_(end_ < kFlashSize ? end_ : kFlashSize),
+        slot_size_(CurrentLayout().slot_size()) {
     Load();
   }
 
@@ -74,22 +77,29 @@ class SlotWalk {
 
  private:
   void Load() {
-    if (slot_ < end_) {
-      header_.type = ReadFlashWord16(slot_ + slot_field::kType);
-      at_slot_ = header_.type != kUnusedType;
-      if (!at_slot_) return;
-    }
-    if (slot_ + slot_size_ > end_) {
-      at_slot_ = false;
-      ran_out_ = true;
+    if (slot_ + slot_size_ > safe_end_) [[unlikely]] {
+      LoadAtEnd();
       return;
     }
-    header_.id = ReadFlashWord16(slot_ + slot_field::kId);
-    header_.word = ReadHeaderWord(slot_ + slot_field::kLocationWord);
+    const u8* bytes = VirtualMemoryAddress(slot_);
+    header_.type = BigEndian16(bytes + slot_field::kType);
+    at_slot_ = header_.type != kUnusedType;
+    header_.id = BigEndian16(bytes + slot_field::kId);
+    const u8* word = bytes + slot_field::kLocationWord;
+    header_.word = slot_size_ == slot_field::kLocationWord + 2 ? BigEndian16(word) : BigEndian32(word);
+  }
+
+  /// Near the end of the block or of the image: an unused type still ends the list, a slot that is cut off runs out.
+  void LoadAtEnd() {
+    header_.type = slot_ < end_ ? ReadFlashWord16(slot_ + slot_field::kType) : u16{0};
+    at_slot_ = header_.type != kUnusedType && slot_ + slot_size_ <= end_;
+    ran_out_ = header_.type != kUnusedType && !at_slot_;
+    if (at_slot_) header_ = ReadHeader(slot_);
   }
 
   FlashAddress slot_;
   FlashAddress end_;
+  FlashAddress safe_end_;  ///< up to here slots lie in the block and in the image
   u32 slot_size_;
   SlotHeader header_{};
   bool at_slot_ = false;
