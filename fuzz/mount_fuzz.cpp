@@ -68,7 +68,7 @@ Bytes MakeSound(std::uint32_t version) {
 
 void Patch(Bytes& bytes, std::uint32_t block_size, std::span<const std::uint8_t> patch) {
   const std::uint32_t block = patch[0] % kBlocks * block_size;
-  const std::uint32_t offset = (patch[1] << 8 | patch[2]) % block_size;
+  const std::uint32_t offset = static_cast<std::uint32_t>(patch[1] << 8 | patch[2]) % block_size;
   std::uint32_t at = block + (patch[0] & 0x80 ? block_size - 1 - offset % 0x4000 : offset % 0x400);
   for (std::uint32_t width = 1 + patch[5] % 4; width > 0 && at < bytes.size(); --width, ++at)
     bytes[at] = patch[5] & 0x80 ? static_cast<std::uint8_t>(bytes[at] & patch[3]) : patch[3 + width % 2];
