@@ -98,7 +98,8 @@ u16 DefineTypeRange(u8 partition, u16 first_type, u16 last_type) {
   if (!IsItemType(first_type) || !IsItemType(last_type) || first_type > last_type) return Fail(code::kInvalidType);
 
   PartitionRecord& record = PartitionAt(partition);
-  LockGuard lock(DirectoryLock(record));
+  if (record.directory_arena == nullptr) return Fail(code::kOutOfRam);
+  const LockGuard lock(DirectoryLock(record));
   const u32 size = (last_type - first_type + 2u) * kUnit;
   if (FreeArena(record) < size) return Fail(code::kOutOfRam);
 
@@ -117,7 +118,8 @@ u16 SetTypeIdCount(u8 partition, u16 type, std::int32_t id_count) {
   if (id_count < 1 || id_count > 0xFFFF) return Fail(code::kInvalidParameter);
 
   PartitionRecord& record = PartitionAt(partition);
-  LockGuard lock(DirectoryLock(record));
+  if (record.directory_arena == nullptr) return Fail(code::kOutOfRam);
+  const LockGuard lock(DirectoryLock(record));
   const u32 size = static_cast<u32>(id_count) * kIdSlotSize;
   if (FreeArena(record) < size) return Fail(code::kOutOfRam);
   TypeEntry entry = DirLookupType(record, type);
@@ -138,7 +140,7 @@ TypeEntry DirLookupType(const PartitionRecord& partition, u16 type) {
 
 DirLocation DirFindLocation(PartitionRecord& partition, u16 type, u16 id) {
   if (partition.directory_arena == nullptr) return {DirKnowledge::kUnknown, 0};
-  LockGuard lock(DirectoryLock(partition));
+  const LockGuard lock(DirectoryLock(partition));
   if (const TypeEntry entry = DirLookupType(partition, type); entry && entry.Covers(id)) {
     const FlashAddress slot = entry.slot(id);
     return {slot != 0 ? DirKnowledge::kFound : DirKnowledge::kAbsent, slot};
@@ -150,7 +152,7 @@ DirLocation DirFindLocation(PartitionRecord& partition, u16 type, u16 id) {
 
 void DirRecordLocation(PartitionRecord& partition, u16 type, u16 id, FlashAddress slot, NewItem new_item) {
   if (partition.directory_arena == nullptr) return;
-  LockGuard lock(DirectoryLock(partition));
+  const LockGuard lock(DirectoryLock(partition));
   if (new_item == NewItem::kYes) {
     if (TypeEntry entry = DirLookupType(partition, type)) {
       entry.set_live_items(static_cast<u16>(entry.live_items() + 1));
@@ -165,7 +167,7 @@ void DirRecordLocation(PartitionRecord& partition, u16 type, u16 id, FlashAddres
 
 void DirUpdateLocation(PartitionRecord& partition, u16 type, u16 id, FlashAddress slot) {
   if (partition.directory_arena == nullptr) return;
-  LockGuard lock(DirectoryLock(partition));
+  const LockGuard lock(DirectoryLock(partition));
   if (TypeEntry entry = DirLookupType(partition, type); entry && entry.Covers(id)) {
     entry.set_slot(id, slot);
     return;
