@@ -1,0 +1,34 @@
+#pragma once
+
+#include <filesystem>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "flash/types.h"
+
+/// Reading and writing whole files. Failures name the path and the system's reason.
+
+namespace vok::tool {
+
+using Bytes = std::vector<u8>;
+
+/// The whole file, which may be a pipe. @throws Failure also for a file longer than the flash image
+Bytes ReadFile(const std::string& path);
+
+/// Writes a file that is new, without waiting for the disk. @throws Failure, and the file is gone
+void WriteNewFile(const std::filesystem::path& path, std::span<const u8> bytes);
+
+/// Replaces @p path by a file with exactly @p bytes: they are complete and flushed in a temporary file beside it before
+/// it is renamed over the old one, whose permissions it takes. A link is followed; a pipe or device is written to.
+/// @throws Failure, and the old file is as it was
+void ReplaceFile(const std::string& path, std::span<const u8> bytes);
+
+/// A path beside @p path that does not exist, for what is to become @p path once it is complete.
+std::filesystem::path TemporaryPathBeside(const std::filesystem::path& path);
+
+inline std::span<const u8> AsBytes(const std::string& text) {
+  return {reinterpret_cast<const u8*>(text.data()), text.size()};
+}
+
+}  // namespace vok::tool

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "flash/types.h"
+
+namespace vok::tool {
+
+/// Lines of offset, sixteen bytes in hexadecimal and the same as text.
+std::string HexDump(std::span<const u8> bytes);
+
+/// Two lower-case hexadecimal digits a byte.
+std::string HexString(std::span<const u8> bytes);
+
+}  // namespace vok::tool

@@ -1,0 +1,106 @@
+#include <fmt/core.h>
+
+#include "commands.h"
+#include "failure.h"
+#include "image.h"
+#include "json.h"
+#include "mounting.h"
+#include "table.h"
+#include "terminal.h"
+
+namespace vok::tool {
+
+namespace {
+
+std::vector<u32> HeaderWords() {
+  std::vector<u32> words;
+  for (u32 i = 0; i < psdt::kHeaderWords; ++i) words.push_back(psdt::ReadHeaderWord(i));
+  return words;
+}
+
+std::vector<SectionSpace> SpacesOf(const SectionList& sections) {
+  std::vector<SectionSpace> spaces;
+  for (const Section& section : sections.accepted) {
+    SectionSpace& space = spaces.emplace_back(SectionSpace{.section = &section, .space = {}});
+    if (section.IsMounted()) GetPartitionSpace(section.partition(), &space.space);
+  }
+  return spaces;
+}
+
+std::string TypesText(const Section& section) {
+  std::string text;
+  for (const psdt::TypeRange& range : TypeRangesOf(section))
+    text += fmt::format("{}{}-{}", text.empty() ? "" : " ", range.first_type, range.last_type);
+  return text;
+}
+
+void PrintHead(const LoadedImage& image) {
+  Print(fmt::format("Store version  {}\n", image.version()));
+  Print(fmt::format("PSDT           {} at {}, {} bytes, {} records\n", image.psdt().path,
+                    HexAddress(image.psdt().address), image.psdt().bytes.size(), psdt::RecordCount()));
+  Print("PSDT header   ");
+  for (const u32 word : HeaderWords()) Print(fmt::format(" {:08X}", word));
+  Print("\n\n");
+}
+
+void PrintSections(const SectionList& sections) {
+  using Align = Table::Align;
+  Table table({{"SECTION"},
+               {"PARTITION", Align::kRight},
+               {"KIND"},
+               {"START", Align::kRight},
+               {"END", Align::kRight},
+               {"BLOCKS", Align::kRight},
+               {"BLOCK SIZE", Align::kRight},
+               {"TYPES"},
+               {"MOUNTED"}});
+  for (const Section& section : sections.accepted)
+    table.AddRow({section.name, std::to_string(section.partition()), KindOf(section), HexAddress(section.entry.start),
+                  HexAddress(section.end()), std::to_string(section.entry.block_count),
+                  std::to_string(section.entry.block_size), TypesText(section),
+                  section.IsMounted() ? "yes" : fmt::format("no ({})", ErrorText(section.mount_code))});
+  table.Print();
+}
+
+void PrintSpaces(const std::vector<SectionSpace>& spaces) {
+  using Align = Table::Align;
+  Table table({{"SECTION"},
+               {"FREE NOW", Align::kRight},
+               {"AFTER REORGANISATION", Align::kRight},
+               {"LARGEST ITEM NOW", Align::kRight},
+               {"AFTER REORGANISATION", Align::kRight}});
+  for (const SectionSpace& space : spaces)
+    if (space.section->IsMounted())
+      table.AddRow({space.section->name, std::to_string(space.space.free_now),
+                    std::to_string(space.space.free_after_reorganisation), std::to_string(space.space.largest_item_now),
+                    std::to_string(space.space.largest_item_after_reorganisation)});
+  Print("\n");
+  table.Print();
+}
+
+void PrintPassedOver(const SectionList& sections) {
+  for (const Section& section : sections.passed_over)
+    Print(
+        fmt::format("\nrecord {} ({}) is passed over: {}\n", section.record, section.name, ReasonOf(section.verdict)));
+  if (sections.setup_code != code::kOk)
+    Print(fmt::format("\nthe partitions cannot be set up: {}\n", ErrorText(sections.setup_code)));
+}
+
+}  // namespace
+
+int RunInfo(const Options& options) {
+  const LoadedImage image(options.image);
+  const SectionList sections = MountSections(MountPurpose::kRead);
+  const std::vector<SectionSpace> spaces = SpacesOf(sections);
+  if (options.json) {
+    Print(InfoJson(image, HeaderWords(), spaces, sections.passed_over));
+    return kDone;
+  }
+  PrintHead(image);
+  PrintSections(sections);
+  PrintSpaces(spaces);
+  PrintPassedOver(sections);
+  return kDone;
+}
+
+}  // namespace vok::tool

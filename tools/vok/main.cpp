@@ -1,0 +1,43 @@
+#include <cstdio>
+#include <exception>
+#include <new>
+
+#include "command_line.h"
+#include "failure.h"
+#include "terminal.h"
+
+namespace {
+
+using vok::tool::Failure;
+using vok::tool::FailureLine;
+
+int Tell(const std::string& what, vok::u16 code) {
+  std::fputs(FailureLine(what, code).c_str(), stderr);
+  return vok::tool::kFailed;
+}
+
+/// A job whose answer did not reach its reader is not done.
+int FlushOutput(int status) {
+  const bool written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+  return written ? status : Tell("cannot write to standard output", vok::code::kInvalidParameter);
+}
+
+int Run(const vok::tool::Invocation& invocation) {
+  if (invocation.options.verbose) vok::tool::BeVerbose();
+  try {
+    return FlushOutput(invocation.command(invocation.options));
+  } catch (const Failure& failure) {
+    return Tell(failure.what(), failure.code());
+  } catch (const std::bad_alloc&) {
+    return Tell("out of memory", vok::code::kOutOfRam);
+  } catch (const std::exception& error) {
+    return Tell(error.what(), vok::code::kInternalError);
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const vok::tool::Invocation invocation = vok::tool::ParseCommandLine(argc, argv);
+  return invocation.command != nullptr ? Run(invocation) : FlushOutput(invocation.status);
+}

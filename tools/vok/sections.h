@@ -1,0 +1,57 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "flash/codes.h"
+#include "flash/startup.h"
+#include "worker/psdt.h"
+
+namespace vok::tool {
+
+/// A section of the PSDT, and the partition that the store makes of it.
+struct Section {
+  u16 record;  ///< its record in the PSDT, from 0
+  std::string name;
+  psdt::Record entry;  ///< what the PSDT says
+  PassOver verdict;
+  u16 mount_code = code::kUnmounted;  ///< answer of the last mount, 0 = mounted
+
+  bool IsAccepted() const { return verdict == PassOver::kAccepted; }
+  bool IsMounted() const { return mount_code == code::kOk; }
+  /// Of an accepted section.
+  u8 partition() const { return static_cast<u8>(entry.partition); }
+  bool IsReadOnly() const;
+  u64 end() const { return entry.start + u64{entry.block_size} * entry.block_count; }
+};
+
+/// The sections of the loaded PSDT.
+struct SectionList {
+  std::vector<Section> accepted;     ///< in PSDT order
+  std::vector<Section> passed_over;  ///< in PSDT order
+  u16 setup_code = code::kOk;        ///< why no partition could be set up
+};
+
+/// Ends the store and sets it up anew under the store version in force; nothing is mounted.
+SectionList SetUpSections();
+
+/// The name of a section with @p tag: letters, digits, _ and - stay and any other character becomes %XX, so that a name
+/// is always a plain file name. Zero bytes at the end are left out.
+std::string NameOfTag(u32 tag);
+
+/// The types that a section serves.
+std::vector<psdt::TypeRange> TypeRangesOf(const Section& section);
+
+/// "read-write" or "read-only"
+std::string KindOf(const Section& section);
+
+/// Why start-up passes a section over.
+std::string ReasonOf(PassOver verdict);
+
+/// The accepted section of that name. @throws Failure 116
+const Section& FindSection(const SectionList& sections, const std::string& name);
+
+/// @throws Failure when the section is not mounted
+void RequireMounted(const Section& section);
+
+}  // namespace vok::tool

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "flash/types.h"
+
+/// The program's output. A write that fails shows when the output is flushed at the program's end.
+
+namespace vok::tool {
+
+void Print(const std::string& text);
+void PrintBytes(std::span<const u8> bytes);
+
+/// From here on Say() speaks.
+void BeVerbose();
+
+/// One line on standard error about what is being done, with --verbose.
+void Say(const std::string& line);
+
+}  // namespace vok::tool

@@ -1,0 +1,50 @@
+#include <fmt/core.h>
+
+#include <filesystem>
+
+#include "commands.h"
+#include "image.h"
+#include "items.h"
+#include "json.h"
+#include "mounting.h"
+#include "staging.h"
+#include "terminal.h"
+
+namespace vok::tool {
+
+namespace {
+
+SectionItems UnpackSection(const Section& section, const std::filesystem::path& directory) {
+  SectionItems unpacked{.section = &section, .items = {}};
+  if (!section.IsMounted()) return unpacked;
+  std::filesystem::create_directory(directory / section.name);
+  VisitItems(section, [&](const ItemEntry& item, const Bytes& bytes) {
+    WriteNewFile(directory / ItemFileName(section, item), bytes);
+    unpacked.items.push_back(item);
+  });
+  return unpacked;
+}
+
+}  // namespace
+
+int RunUnpack(const Options& options) {
+  const LoadedImage image(options.image);
+  RequireSetUp(image.sections());
+  const SectionList sections = MountSections(MountPurpose::kRead);
+  if (!options.skip_unmounted) RequireAllMounted(sections);
+
+  StagingDirectory directory(options.directory, options.force ? Existing::kReplace : Existing::kRefuse);
+  std::vector<SectionItems> unpacked;
+  std::size_t count = 0;
+  for (const Section& section : sections.accepted) {
+    unpacked.push_back(UnpackSection(section, directory.path()));
+    count += unpacked.back().items.size();
+  }
+  WriteNewFile(directory.path() / kPsdtFileName, image.psdt().bytes);
+  WriteNewFile(directory.path() / "manifest.json", AsBytes(ManifestJson(image, unpacked)));
+  directory.Publish();
+  Print(fmt::format("{} items of {} sections in {}\n", count, unpacked.size(), options.directory));
+  return kDone;
+}
+
+}  // namespace vok::tool
