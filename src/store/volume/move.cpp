@@ -22,7 +22,7 @@ struct MovingItem {
 SearchResult FindCopyElsewhere(PartitionRecord& partition, u16 source, const SlotHeader& header) {
   SearchResult copy = FindItem(partition, header.type, header.id, Caching::kOff, SearchStart::Scan());
   if (copy.found() && copy.block == source)
-    copy = FindItem(partition, header.type, header.id, Caching::kOff, SearchStart::After(copy.slot));
+    copy = FindItem(partition, header.type, copy.header.id, Caching::kOff, SearchStart::After(copy.slot));
   if (copy.found() && copy.block == source) copy = {};
   return copy;
 }

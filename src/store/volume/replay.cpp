@@ -50,7 +50,7 @@ u16 ReplayPartialWrite(PartitionRecord& partition, const JournalEntry& entry) {
 u16 ReplayReplace(PartitionRecord& partition, const JournalEntry& entry) {
   const SearchResult first = Search(partition, entry.type, entry.id);
   if (!first.found()) return first.error;
-  const SearchResult second = Search(partition, entry.type, entry.id, SearchStart::After(first.slot));
+  const SearchResult second = Search(partition, entry.type, first.header.id, SearchStart::After(first.slot));
   if (!second.found()) return second.error;
   return MarkItemDeleted(partition, partition.block_table[first.block], first.slot);
 }

@@ -12,10 +12,10 @@ namespace {
 
 u16 Commit(const NewRecord& record) { return CommitSlot(record.slot, record.header.word); }
 
-u16 ReplaceJournalled(PartitionRecord& partition, const SearchResult& old, const NewRecord& fresh) {
+u16 ReplaceJournalled(PartitionRecord& partition, u16 type, u16 id, const SearchResult& old, const NewRecord& fresh) {
   // The marker is Valid before both copies are: a mount that finds two Valid copies then knows which change was under
   // way.
-  const JournalTemplate marker{.kind = journal::kReplace, .type = fresh.header.type, .id = fresh.header.id};
+  const JournalTemplate marker{.kind = journal::kReplace, .type = type, .id = id};
   NewRecord entry;
   if (u16 code = WriteJournalRecord(partition, marker, nullptr, 0, entry)) return code;
   if (u16 code = Commit(fresh)) return code;
@@ -31,10 +31,12 @@ u16 ReplacePlain(PartitionRecord& partition, const SearchResult& old, const NewR
 
 }  // namespace
 
-u16 FinishReplacement(PartitionRecord& partition, u8 mode, const SearchResult& old, const NewRecord& fresh) {
-  if (u16 code = mode == kJournalled ? ReplaceJournalled(partition, old, fresh) : ReplacePlain(partition, old, fresh))
-    return code;
-  DirUpdateLocation(partition, fresh.header.type, fresh.header.id, fresh.slot);
+u16 FinishReplacement(PartitionRecord& partition, u8 mode, u16 type, u16 id, const SearchResult& old,
+                      const NewRecord& fresh) {
+  const u16 code =
+      mode == kJournalled ? ReplaceJournalled(partition, type, id, old, fresh) : ReplacePlain(partition, old, fresh);
+  if (code != code::kOk) return code;
+  DirUpdateLocation(partition, type, id, fresh.slot);
   RepointHandles(partition, old.slot, fresh.slot);
   return code::kOk;
 }

@@ -11,9 +11,10 @@ namespace vok {
 inline constexpr u8 kPlain = 0;
 inline constexpr u8 kJournalled = 1;
 
-/// Puts the committed @p fresh copy of an item in the place of the @p old one, whose record is already written.
+/// Commits the @p fresh copy of an item, whose slot is still Allocated, in the place of the @p old one.
 /// @return 0; 105; journalled: 123, 124, 130 when the marker finds no room (the new slot then stays Allocated)
-u16 FinishReplacement(PartitionRecord& partition, u8 mode, const SearchResult& old, const NewRecord& fresh);
+u16 FinishReplacement(PartitionRecord& partition, u8 mode, u16 type, u16 id, const SearchResult& old,
+                      const NewRecord& fresh);
 
 /// What the program-over check allows for bytes that change in place.
 enum class OverwriteAnswer : u8 { kInPlace, kNothingToDo, kRefused, kNewCopy };

@@ -32,7 +32,7 @@ u16 RewriteItem(PartitionRecord& partition, u8 mode, u16 type, u16 id, const Sea
   }
   NewRecord fresh;
   if (u16 code = AllocateItemRecord(partition, type, id, data, length, fresh)) return code;
-  return FinishReplacement(partition, mode, old, fresh);
+  return FinishReplacement(partition, mode, type, id, old, fresh);
 }
 
 u16 CreateItem(PartitionRecord& partition, u16 type, u16 id, const u8* data, u32 length) {

@@ -15,6 +15,9 @@ constexpr u32 kAppend = 0xFFFFFFFF;
 
 /// A change of part of an item: @p length bytes at @p offset.
 struct PartWrite {
+  u8 mode;
+  u16 type;
+  u16 id;
   const u8* data;
   u32 length;
   u32 offset;
@@ -35,11 +38,10 @@ bool MayGoInPlace(u8 mode, u32 length, u32 item_length) {
 }
 
 /// The journal record holds the new bytes before the first old one is touched, so a mount can program them again.
-u16 ProgramInPlace(PartitionRecord& partition, u8 mode, const SearchResult& item, const PartWrite& part,
-                   FlashAddress payload) {
-  if (mode != kJournalled) return FlashProgramBuffer(payload + part.offset, part.data, part.length);
+u16 ProgramInPlace(PartitionRecord& partition, const PartWrite& part, FlashAddress payload) {
+  if (part.mode != kJournalled) return FlashProgramBuffer(payload + part.offset, part.data, part.length);
   const JournalTemplate announcement{
-      .kind = journal::kPartialWrite, .type = item.header.type, .id = item.header.id, .offset = part.offset};
+      .kind = journal::kPartialWrite, .type = part.type, .id = part.id, .offset = part.offset};
   NewRecord entry;
   if (u16 code = WriteJournalRecord(partition, announcement, part.data, part.length, entry)) return code;
   if (u16 code = FlashProgramBuffer(payload + part.offset, part.data, part.length)) return code;
@@ -56,8 +58,7 @@ u16 ProgramCopy(const ItemRecord& old, const PartWrite& part, FlashAddress paylo
   return end < old.length ? FlashProgramBuffer(payload + end, old_bytes + end, old.length - end) : code::kOk;
 }
 
-u16 WriteByCopy(PartitionRecord& partition, u8 mode, const SearchResult& item, const ItemRecord& old,
-                const PartWrite& part) {
+u16 WriteByCopy(PartitionRecord& partition, const SearchResult& item, const ItemRecord& old, const PartWrite& part) {
   const u64 length = std::max<u64>(old.length, u64{part.offset} + part.length);
   if (length > LargestItem(partition.block_size)) return Fail(code::kLargeChunk);
   NewRecord fresh;
@@ -65,7 +66,7 @@ u16 WriteByCopy(PartitionRecord& partition, u8 mode, const SearchResult& item, c
           AllocateItemRecord(partition, item.header.type, item.header.id, nullptr, static_cast<u32>(length), fresh))
     return code;
   if (u16 code = ProgramCopy(old, part, fresh.payload)) return code;
-  return FinishReplacement(partition, mode, item, fresh);
+  return FinishReplacement(partition, part.mode, part.type, part.id, item, fresh);
 }
 
 }  // namespace
@@ -78,20 +79,25 @@ u16 WriteItemPart(u8 partition, u8 mode, u16 type, u16 id, const u8* data, u32 l
   if (!item.found()) return item.Missing();
 
   const ItemRecord old = LocateRecord(record, record.block_table[item.block], item.header.word);
-  const PartWrite part{.data = data, .length = length, .offset = offset == kAppend ? old.length : offset};
+  const PartWrite part{.mode = mode,
+                       .type = type,
+                       .id = id,
+                       .data = data,
+                       .length = length,
+                       .offset = offset == kAppend ? old.length : offset};
   if (part.offset > old.length) return Fail(code::kInvalidOffset);
   if (length == 0) return code::kOk;
   if (u64{part.offset} + length <= old.length) {
     switch (AskOverwrite(record, old.payload() + part.offset, data, length)) {
       case OverwriteAnswer::kInPlace:
         if (!MayGoInPlace(mode, length, old.length)) break;
-        return ProgramInPlace(record, mode, item, part, old.payload());
+        return ProgramInPlace(record, part, old.payload());
       case OverwriteAnswer::kNothingToDo: return code::kOk;
       case OverwriteAnswer::kRefused: return Fail(code::kInvalidParameter);
       case OverwriteAnswer::kNewCopy: break;
     }
   }
-  return WriteByCopy(record, mode, item, old, part);
+  return WriteByCopy(record, item, old, part);
 }
 
 }  // namespace vok
