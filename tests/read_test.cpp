@@ -16,8 +16,7 @@ TEST_P(ReadTest, TheBytesOfOneItemLieAsLaidDown) {
   EXPECT_EQ(Flash(base + 32, 4), (Bytes{0, 5, 0, 1}));
   EXPECT_EQ(ReadWord(base + 36), location | format().valid);
   EXPECT_EQ(Read16(base + 32 + format().slot_size()), 0xFFFF);
-  Bytes record{0xAA, 0xBB, 0xCC, 0xFF};
-  record.resize(8, 0xFF);
+  Bytes record{0xAA, 0xBB, 0xCC, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
   for (std::uint32_t i = 0; i < format().word; ++i) record[8 - 1 - i] = i == 0 ? 3 : 0;
   EXPECT_EQ(Flash(end - 8, 8), record);
   EXPECT_EQ(Block(1).top, end - 8);
@@ -95,13 +94,8 @@ TEST_P(ReadTest, ASearchThatAReorganisationDisturbsRunsAgain) {
   SetUpFormatted({.blocks = 3, .kind = 0});
   ASSERT_EQ(Write(5, 1, Payload(1, 20)), 0);
   TerminateStore();
-  Bytes slots;
-  while (slots.size() + 32 < format().block_size) {
-    Bytes slot(format().slot_size(), 0);
-    slot[1] = 9;
-    slots.insert(slots.end(), slot.begin(), slot.end());
-  }
-  slots.resize(format().block_size - 32, 0);
+  Bytes slots(format().block_size - 32, 0);
+  for (std::size_t i = 1; i < slots.size(); i += format().slot_size()) slots[i] = 9;
   Poke(BlockBase(1) + 32, slots);
   Poke16(BlockBase(1) + 12, format().active);
   DisturbingHooks disturbing;

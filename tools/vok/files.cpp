@@ -44,7 +44,9 @@ File CreateFile(const fs::path& path, const std::string& shown) {
 }
 
 bool WriteAndFlush(std::FILE* file, std::span<const u8> bytes) {
-  return std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size() && std::fflush(file) == 0;
+  // An empty span may have no data at all, which fwrite() does not take.
+  const std::size_t written = bytes.empty() ? 0 : std::fwrite(bytes.data(), 1, bytes.size(), file);
+  return written == bytes.size() && std::fflush(file) == 0;
 }
 
 /// Whether the file has to be on the disk, and not only in the system's care, before the job goes on.
@@ -71,25 +73,31 @@ fs::path FollowLink(const fs::path& path) {
   return error ? path : target;
 }
 
-}  // namespace
-
-Bytes ReadFile(const std::string& path) {
-  const File file(std::fopen(path.c_str(), "rb"));
-  if (file == nullptr) ThrowSystemError("read", path, errno);
+Bytes ReadToEnd(std::FILE* file, const std::string& path) {
   Bytes bytes;
   std::size_t count = 0;
   do {
     const std::size_t old_size = bytes.size();
     bytes.resize(old_size + kReadChunk);
-    count = std::fread(bytes.data() + old_size, 1, kReadChunk, file.get());
+    count = std::fread(bytes.data() + old_size, 1, kReadChunk, file);
     bytes.resize(old_size + count);
     if (bytes.size() > kFlashSize)
       throw Failure(fmt::format("{} is longer than the flash image of {} bytes", path, kFlashSize),
                     code::kInvalidParameter);
   } while (count == kReadChunk);
-  if (std::ferror(file.get()) != 0) ThrowSystemError("read", path, errno);
+  if (std::ferror(file) != 0) ThrowSystemError("read", path, errno);
   return bytes;
 }
+
+}  // namespace
+
+Bytes ReadFile(const std::string& path) {
+  const File file(std::fopen(path.c_str(), "rb"));
+  if (file == nullptr) ThrowSystemError("read", path, errno);
+  return ReadToEnd(file.get(), path);
+}
+
+Bytes ReadStandardInput() { return ReadToEnd(stdin, "standard input"); }
 
 void WriteNewFile(const fs::path& path, std::span<const u8> bytes) { CreateWithBytes(path, path, bytes, Sync::kNo); }
 

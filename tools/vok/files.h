@@ -16,6 +16,9 @@ using Bytes = std::vector<u8>;
 /// The whole file, which may be a pipe. @throws Failure also for a file longer than the flash image
 Bytes ReadFile(const std::string& path);
 
+/// All that standard input holds. @throws Failure as ReadFile()
+Bytes ReadStandardInput();
+
 /// Writes a file that is new, without waiting for the disk. @throws Failure, and the file is gone
 void WriteNewFile(const std::filesystem::path& path, std::span<const u8> bytes);
 

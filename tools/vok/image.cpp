@@ -13,8 +13,6 @@ namespace vok::tool {
 
 namespace {
 
-constexpr u32 kPsdtLengthInDump = 0x1000;
-
 /// What of @p image lies outside the PSDT's bytes: before and after them.
 template <typename Use>
 void ForBytesOutside(const ImageBytes& psdt, u64 start, u64 end, Use use) {
@@ -48,7 +46,7 @@ void LoadedImage::LoadDump(const ImageArguments& arguments) {
                   code::kInvalidParameter);
   const auto first = contents_.bytes.begin() + static_cast<std::ptrdiff_t>(psdt_.address);
   psdt_.bytes.assign(first, first + kPsdtLengthInDump);
-  LoadPsdt();
+  LoadPsdt(worker_, psdt_);
 }
 
 void LoadedImage::LoadPair(const ImageArguments& arguments) {
@@ -56,7 +54,7 @@ void LoadedImage::LoadPair(const ImageArguments& arguments) {
            .bytes = ReadFile(arguments.psdt.path),
            .address = arguments.psdt.address.value_or(ImageArguments::kDefaultPsdtAddress)};
   contents_ = {.path = arguments.codeplug.path, .bytes = ReadFile(arguments.codeplug.path)};
-  LoadPsdt();
+  LoadPsdt(worker_, psdt_);
   if (arguments.codeplug.address) {
     contents_.address = *arguments.codeplug.address;
   } else {
@@ -65,17 +63,17 @@ void LoadedImage::LoadPair(const ImageArguments& arguments) {
   RequireInFlash(contents_, "codeplug");
 }
 
-void LoadedImage::LoadPsdt() {
-  RequireInFlash(psdt_, "PSDT");
+void LoadPsdt(VokWorker& worker, const ImageBytes& psdt) {
+  RequireInFlash(psdt, "PSDT");
   const u16 code =
-      worker_.LoadPSDT(psdt_.bytes.data(), static_cast<u32>(psdt_.bytes.size()), static_cast<u32>(psdt_.address));
+      worker.LoadPSDT(psdt.bytes.data(), static_cast<u32>(psdt.bytes.size()), static_cast<u32>(psdt.address));
   if (code == code::kOk) return;
-  const std::string what = fmt::format("PSDT {} at {}", psdt_.path, HexAddress(psdt_.address));
+  const std::string what = fmt::format("PSDT {} at {}", psdt.path, HexAddress(psdt.address));
   const Bytes magic = {'P', 'H', 'D', 'R'};
-  if (!std::equal(magic.begin(), magic.end(), psdt_.bytes.begin(),
-                  psdt_.bytes.begin() + std::min<std::ptrdiff_t>(4, std::ssize(psdt_.bytes))))
+  if (!std::equal(magic.begin(), magic.end(), psdt.bytes.begin(),
+                  psdt.bytes.begin() + std::min<std::ptrdiff_t>(4, std::ssize(psdt.bytes))))
     throw Failure(what + " does not begin with the magic PHDR", code);
-  throw Failure(fmt::format("{} is too short for its records, or has too many: {} bytes", what, psdt_.bytes.size()),
+  throw Failure(fmt::format("{} is too short for its records, or has too many: {} bytes", what, psdt.bytes.size()),
                 code);
 }
 

@@ -9,6 +9,13 @@
 
 namespace vok::tool {
 
+/// Bytes from the PSDT's address on that count as the PSDT of a dump.
+inline constexpr u32 kPsdtLengthInDump = 0x1000;
+
+/// Erases the flash image and loads the PSDT into it.
+/// @throws Failure for a PSDT that makes no sense
+void LoadPsdt(VokWorker& worker, const ImageBytes& psdt);
+
 /// The image that the command line names, loaded into the flash image, its store version in force and its partitions
 /// set up, but not mounted. Its end ends the store.
 class LoadedImage {
@@ -35,7 +42,6 @@ class LoadedImage {
  private:
   void LoadPair(const ImageArguments& arguments);
   void LoadDump(const ImageArguments& arguments);
-  void LoadPsdt();
   void SettleVersion(u16 wanted);
   void LoadContents();
   void RequireWholeSections() const;

@@ -1,5 +1,6 @@
 #include <fmt/core.h>
 
+#include "block_words.h"
 #include "commands.h"
 #include "failure.h"
 #include "image.h"
@@ -18,11 +19,12 @@ std::vector<u32> HeaderWords() {
   return words;
 }
 
-std::vector<SectionSpace> SpacesOf(const SectionList& sections) {
+std::vector<SectionSpace> SpacesOf(const SectionList& sections, bool with_blocks) {
   std::vector<SectionSpace> spaces;
   for (const Section& section : sections.accepted) {
     SectionSpace& space = spaces.emplace_back(SectionSpace{.section = &section, .space = {}});
     if (section.IsMounted()) GetPartitionSpace(section.partition(), &space.space);
+    if (with_blocks) space.blocks = BlocksOf(section);
   }
   return spaces;
 }
@@ -78,6 +80,30 @@ void PrintSpaces(const std::vector<SectionSpace>& spaces) {
   table.Print();
 }
 
+void PrintBlocks(const std::vector<SectionSpace>& spaces) {
+  using Align = Table::Align;
+  Table table({{"SECTION"},
+               {"BLOCK", Align::kRight},
+               {"ADDRESS", Align::kRight},
+               {"STATE"},
+               {"ERASED", Align::kRight},
+               {"LIVE SLOTS", Align::kRight},
+               {"DELETED", Align::kRight},
+               {"USED", Align::kRight},
+               {"DEAD", Align::kRight},
+               {"FREE", Align::kRight},
+               {"LARGEST ITEM", Align::kRight}});
+  for (const SectionSpace& space : spaces)
+    for (const BlockFigures& block : space.blocks)
+      table.AddRow({space.section->name, std::to_string(block.index), HexAddress(block.address),
+                    NameOfBlockState(block.info.state), std::to_string(block.info.erase_count),
+                    std::to_string(block.info.live_slots), std::to_string(block.info.deleted_slots),
+                    std::to_string(block.info.used_bytes), std::to_string(block.info.dead_bytes),
+                    std::to_string(block.free_bytes), std::to_string(block.info.largest_item)});
+  Print("\n");
+  table.Print();
+}
+
 void PrintPassedOver(const SectionList& sections) {
   for (const Section& section : sections.passed_over)
     Print(
@@ -91,7 +117,7 @@ void PrintPassedOver(const SectionList& sections) {
 int RunInfo(const Options& options) {
   const LoadedImage image(options.image);
   const SectionList sections = MountSections(MountPurpose::kRead);
-  const std::vector<SectionSpace> spaces = SpacesOf(sections);
+  const std::vector<SectionSpace> spaces = SpacesOf(sections, options.blocks);
   if (options.json) {
     Print(InfoJson(image, HeaderWords(), spaces, sections.passed_over));
     return kDone;
@@ -99,6 +125,7 @@ int RunInfo(const Options& options) {
   PrintHead(image);
   PrintSections(sections);
   PrintSpaces(spaces);
+  if (options.blocks) PrintBlocks(spaces);
   PrintPassedOver(sections);
   return kDone;
 }

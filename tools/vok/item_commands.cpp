@@ -42,18 +42,6 @@ void PrintItems(const std::vector<SectionItems>& sections) {
   Print(fmt::format("{} items\n", count));
 }
 
-/// The section that serves a type, as the store finds it for ReadVOK.
-const Section& SectionOfType(const SectionList& sections, u16 type, u16 id) {
-  const std::string what = fmt::format("no item type {} ID {}", type, id);
-  if (!IsItemType(type)) throw Failure(what + ": types are 1 to 65533", code::kInvalidParameter);
-  const u8 partition = FindPartitionForType(type);
-  const auto found = std::find_if(sections.accepted.begin(), sections.accepted.end(),
-                                  [partition](const Section& section) { return section.partition() == partition; });
-  if (found == sections.accepted.end()) throw Failure(what + ": no section serves the type", code::kInvalidPartition);
-  RequireMounted(*found);
-  return *found;
-}
-
 void DeliverItem(const Options& options, const Section& section, const Bytes& bytes) {
   if (!options.output.empty() && options.output != "-") ReplaceFile(options.output, bytes);
   if (options.output == "-") return PrintBytes(bytes);
@@ -86,7 +74,8 @@ int RunRead(const Options& options) {
   const LoadedImage image(options.image);
   RequireSetUp(image.sections());
   const SectionList sections = MountSections(MountPurpose::kRead);
-  const Section& section = SectionOfType(sections, options.type, options.id);
+  const std::string what = fmt::format("no item type {} ID {}", options.type, options.id);
+  const Section& section = SectionOfType(sections, options.type, what);
   DeliverItem(options, section, ReadItemBytes(section, options.type, options.id));
   return kDone;
 }

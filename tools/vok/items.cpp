@@ -48,7 +48,10 @@ std::vector<u16> IdsOf(const Section& section, u16 type) {
 
 }  // namespace
 
-u32 Crc32(std::span<const u8> bytes, u32 sum) { return static_cast<u32>(crc32_z(sum, bytes.data(), bytes.size())); }
+u32 Crc32(std::span<const u8> bytes, u32 sum) {
+  // Without data zlib would begin a new sum.
+  return bytes.empty() ? sum : static_cast<u32>(crc32_z(sum, bytes.data(), bytes.size()));
+}
 
 Bytes ReadItemBytes(const Section& section, u16 type, u16 id) {
   u32 length = 0;

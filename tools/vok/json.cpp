@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "block_words.h"
 #include "hex_dump.h"
 
 namespace vok::tool {
@@ -50,6 +51,7 @@ Json ManifestSection(const SectionItems& listed) {
   json["items"] = Json::array();
   for (const ItemEntry& item : listed.items) {
     Json fields = ItemFields(item);
+    if (!Serves(section, item.type)) fields["unserved"] = true;
     fields["file"] = ItemFileName(section, item);
     json["items"].push_back(std::move(fields));
   }
@@ -72,9 +74,22 @@ Json SpaceOf(const SectionSpace& space) {
           {"largest_item_after_reorganisation", space.space.largest_item_after_reorganisation}};
 }
 
+Json BlockOf(const BlockFigures& block) {
+  return {{"block", block.index},
+          {"address", block.address},
+          {"state", NameOfBlockState(block.info.state)},
+          {"erase_count", block.info.erase_count},
+          {"live_slots", block.info.live_slots},
+          {"deleted_slots", block.info.deleted_slots},
+          {"used_bytes", block.info.used_bytes},
+          {"dead_bytes", block.info.dead_bytes},
+          {"free_bytes", block.free_bytes},
+          {"largest_item", block.info.largest_item}};
+}
+
 Json InfoSection(const SectionSpace& space) {
   const Section& section = *space.section;
-  return {{"section", section.name},
+  Json json = {{"section", section.name},
           {"partition", section.partition()},
           {"mounted", section.IsMounted()},
           {"code", section.mount_code},
@@ -84,6 +99,8 @@ Json InfoSection(const SectionSpace& space) {
           {"kind", KindOf(section)},
           {"types", TypesOf(section)},
           {"space", SpaceOf(space)}};
+  for (const BlockFigures& block : space.blocks) json["blocks"].push_back(BlockOf(block));
+  return json;
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "block_figures.h"
 #include "findings.h"
 #include "image.h"
 #include "items.h"
@@ -31,6 +32,7 @@ struct SectionReport {
 struct SectionSpace {
   const Section* section;
   PartitionSpace space;  ///< all 0 unless mounted
+  std::vector<BlockFigures> blocks = {};  ///< only when they are asked for
 };
 
 std::string ItemsJson(u16 version, std::span<const SectionItems> sections);

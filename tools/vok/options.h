@@ -28,17 +28,45 @@ struct ImageArguments {
   bool IsDump() const { return !dump.empty(); }
 };
 
+/// In place of an ID: the lowest one that is free.
+inline constexpr u16 kNewId = 0xFFFF;
+
+/// Both bounds included.
+struct NumberRange {
+  u16 first = 1;
+  u16 last = 0;
+
+  bool IsEmpty() const { return last < first; }
+  bool IsOne() const { return last == first; }
+  bool Holds(u16 number) const { return number >= first && number <= last; }
+};
+
 struct Options {
   ImageArguments image;
   bool json = false;
   bool verbose = false;
   std::string section;  ///< empty = all
   u16 type = 0;
-  u16 id = 0;
+  u16 id = 0;  ///< may be kNewId where an item is written
   std::string output;  ///< empty = standard output, or the input in place
   std::string directory;
   bool force = false;
   bool skip_unmounted = false;
+  bool blocks = false;
+  std::string input;  ///< file to read; - = standard input
+  u16 new_type = 0;
+  u16 new_id = 0;  ///< may be kNewId
+  NumberRange ids;          ///< to delete
+  NumberRange types;        ///< to delete; empty = the items of one type
+  bool yes = false;         ///< do not ask
+  bool as_dump = false;     ///< write a whole dump
+  std::string psdt_output;  ///< empty = do not write the PSDT
+  std::string first_image;  ///< the images to compare
+  std::string second_image;
+  std::string svg;   ///< file for the map as a picture; empty = none
+  std::string html;  ///< file for the map as a page; empty = none
+  u64 address = 0;
+  std::optional<u64> copy;  ///< which copy of an item's history
 };
 
 /// A command: does its job and gives the exit status. @throws Failure
@@ -47,5 +75,6 @@ using Command = int (*)(const Options& options);
 inline constexpr int kDone = 0;
 inline constexpr int kFailed = 1;
 inline constexpr int kWrongCommandLine = 2;
+inline constexpr int kTrouble = 2;  ///< of a comparison, whose 1 means that the images differ
 
 }  // namespace vok::tool

@@ -94,6 +94,24 @@ const Section& FindSection(const SectionList& sections, const std::string& name)
   throw Failure(fmt::format("section {} {}", name, why), code::kInvalidPartition);
 }
 
+bool Serves(const Section& section, u16 type) {
+  const std::vector<psdt::TypeRange> ranges = TypeRangesOf(section);
+  return std::any_of(ranges.begin(), ranges.end(), [type](const psdt::TypeRange& range) {
+    return type >= range.first_type && type <= range.last_type;
+  });
+}
+
+const Section& SectionOfType(const SectionList& sections, u16 type, const std::string& what) {
+  if (!IsItemType(type)) throw Failure(what + ": types are 1 to 65533", code::kInvalidParameter);
+  const u8 partition = FindPartitionForType(type);
+  const auto found = std::find_if(sections.accepted.begin(), sections.accepted.end(),
+                                  [partition](const Section& section) { return section.partition() == partition; });
+  if (found == sections.accepted.end())
+    throw Failure(fmt::format("{}: no section serves type {}", what, type), code::kInvalidPartition);
+  RequireMounted(*found);
+  return *found;
+}
+
 void RequireMounted(const Section& section) {
   if (section.IsMounted()) return;
   throw Failure(

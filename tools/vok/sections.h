@@ -51,6 +51,14 @@ std::string ReasonOf(PassOver verdict);
 /// The accepted section of that name. @throws Failure 116
 const Section& FindSection(const SectionList& sections, const std::string& name);
 
+/// Whether one of the section's ranges covers @p type.
+bool Serves(const Section& section, u16 type);
+
+/// The mounted section that serves a type, as the store finds it for ReadVOK.
+/// @param what  what cannot be done without it, for the message
+/// @throws Failure
+const Section& SectionOfType(const SectionList& sections, u16 type, const std::string& what);
+
 /// @throws Failure when the section is not mounted
 void RequireMounted(const Section& section);
 

@@ -1,5 +1,7 @@
 #include "terminal.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 
 namespace vok::tool {
@@ -10,7 +12,17 @@ bool verbose = false;
 
 void Print(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); }
 
-void PrintBytes(std::span<const u8> bytes) { std::fwrite(bytes.data(), 1, bytes.size(), stdout); }
+void PrintBytes(std::span<const u8> bytes) {
+  if (!bytes.empty()) std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+}
+
+bool Confirm(const std::string& question) {
+  if (::isatty(STDIN_FILENO) == 0) return true;
+  std::fputs((question + " [y/N] ").c_str(), stderr);
+  const int first = std::getchar();
+  for (int next = first; next != '\n' && next != EOF;) next = std::getchar();
+  return first == 'y' || first == 'Y';
+}
 
 void BeVerbose() { verbose = true; }
 

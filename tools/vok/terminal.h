@@ -12,6 +12,9 @@ namespace vok::tool {
 void Print(const std::string& text);
 void PrintBytes(std::span<const u8> bytes);
 
+/// Asks a yes-or-no question on standard error. @return true at once when standard input is no terminal
+bool Confirm(const std::string& question);
+
 /// From here on Say() speaks.
 void BeVerbose();
 

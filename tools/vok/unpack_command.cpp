@@ -1,5 +1,6 @@
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "commands.h"
@@ -21,6 +22,10 @@ SectionItems UnpackSection(const Section& section, const std::filesystem::path& 
   VisitItems(section, [&](const ItemEntry& item, const Bytes& bytes) {
     WriteNewFile(directory / ItemFileName(section, item), bytes);
     unpacked.items.push_back(item);
+  });
+  // The order in flash is lost when the items are packed again; this one is not.
+  std::sort(unpacked.items.begin(), unpacked.items.end(), [](const ItemEntry& a, const ItemEntry& b) {
+    return std::pair(a.type, a.id) < std::pair(b.type, b.id);
   });
   return unpacked;
 }

@@ -1,0 +1,123 @@
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+
+#include "page.h"
+#include "sweep.h"
+
+namespace vok::sweep {
+
+namespace {
+
+constexpr const char* kUsage =
+    "Usage: vok_sweep [--fast | --seconds N | --markdown FILE] [--only CASE] [--seed S] [--shard I/N] [--stride K]\n\n"
+    "Cuts the power at every step of every operation that changes the flash, inside the steps and again in the\n"
+    "repair, and checks what is left. Without --fast everything is tried, or as much as N seconds allow.\n";
+
+struct Arguments {
+  bool fast = false;
+  u32 seconds = 0;
+  u64 seed = 1;
+  Share share;
+  std::string only;
+  std::string markdown;
+};
+
+bool ParseShard(const char* text, Share& share) {
+  char* end = nullptr;
+  share.shard = static_cast<u32>(std::strtoul(text, &end, 10));
+  if (*end != '/') return false;
+  share.shards = static_cast<u32>(std::strtoul(end + 1, &end, 10));
+  return *end == 0 && share.shard < share.shards;
+}
+
+bool ParseOption(const std::string& option, const char* value, Arguments& arguments) {
+  const auto number = static_cast<u32>(std::strtoul(value, nullptr, 10));
+  if (option == "--only") return !(arguments.only = value).empty();
+  if (option == "--markdown") return !(arguments.markdown = value).empty();
+  if (option == "--shard") return ParseShard(value, arguments.share);
+  if (option == "--seconds") return (arguments.seconds = number) != 0;
+  if (option == "--seed") return (arguments.seed = number) != 0;
+  if (option == "--stride") return (arguments.share.stride = number) != 0;
+  return false;
+}
+
+bool Parse(int count, char** values, Arguments& arguments) {
+  for (int i = 1; i < count; ++i) {
+    const std::string option = values[i];
+    if (option == "--fast") {
+      arguments.fast = true;
+    } else if (++i == count || !ParseOption(option, values[i], arguments)) {
+      return false;
+    }
+  }
+  // A page of a sweep that was stopped, or of one part of it, would hold counts that do not come out again.
+  return arguments.markdown.empty() ||
+         (!arguments.fast && arguments.seconds == 0 && arguments.share.shards == 1 && arguments.share.stride == 1);
+}
+
+/// The part that every test run makes: long bulk programs torn at 64 places, two of the second cuts.
+Plan FastPlan(u64 seed) { return {.first_seed = seed, .bulk_tears = 64, .second_cuts = 2, .chains = 16}; }
+
+/// Every first cut of the same base images; then, on others, every pair.
+Plan FirstCutPlan(u64 seed) { return {.first_seed = seed}; }
+Plan PairPlan(u64 seed) {
+  return {.first_seed = seed + 1, .seeds = 2, .bulk_tears = 16, .second_cuts = kAllCuts, .chains = 64};
+}
+
+void Print(const char* what, const Tally& tally) {
+  std::printf("%s: %llu cut images: %llu after one cut, %llu pairs of cuts, %llu chains of 3 to 6; %llu faults\n", what,
+              static_cast<unsigned long long>(tally.images), static_cast<unsigned long long>(tally.CasesAt(0)),
+              static_cast<unsigned long long>(tally.CasesAt(1)), static_cast<unsigned long long>(tally.CasesAt(2)),
+              static_cast<unsigned long long>(tally.faults));
+}
+
+int RunSweep(Arguments& arguments) {
+  using std::chrono::steady_clock;
+  if (arguments.seconds != 0) arguments.share.deadline = steady_clock::now() + std::chrono::seconds(arguments.seconds);
+  std::setvbuf(stdout, nullptr, _IOLBF, 0);
+  Rig rig;
+  Sweep sweep(rig, arguments.share);
+  const Tally fast = sweep.Run(FastPlan(arguments.seed));
+  Print("fast part", fast);
+  if (arguments.fast) return fast.faults == 0 ? 0 : 1;
+
+  Tally whole = sweep.Run(FirstCutPlan(arguments.seed));
+  whole.Add(sweep.Run(PairPlan(arguments.seed)));
+  Print("whole sweep", whole);
+  for (u32 end = 0; end < kKnownEndCount; ++end)
+    std::printf("  %llu + %llu + %llu: %s\n", static_cast<unsigned long long>(whole.ends[0][end]),
+                static_cast<unsigned long long>(whole.ends[1][end]),
+                static_cast<unsigned long long>(whole.ends[2][end]), TextOf(static_cast<KnownEnd>(end)).rule);
+  if (!arguments.markdown.empty() && !WritePage(arguments.markdown, fast, whole)) {
+    std::fprintf(stderr, "vok_sweep: cannot write %s\n", arguments.markdown.c_str());
+    return 1;
+  }
+  return fast.faults + whole.faults == 0 ? 0 : 1;
+}
+
+int RunOne(const std::string& id) {
+  Rig rig;
+  const int result = Sweep(rig, {}).RunOnly(id);
+  if (result == 2) std::fprintf(stderr, "vok_sweep: no such case: %s\n", id.c_str());
+  return result;
+}
+
+}  // namespace
+
+}  // namespace vok::sweep
+
+int main(int count, char** values) {
+  vok::sweep::Arguments arguments;
+  if (!vok::sweep::Parse(count, values, arguments)) {
+    std::fputs(vok::sweep::kUsage, stderr);
+    return 2;
+  }
+  try {
+    return arguments.only.empty() ? vok::sweep::RunSweep(arguments) : vok::sweep::RunOne(arguments.only);
+  } catch (const std::exception& error) {
+    std::printf("FAULT %s\n", error.what());
+    return 1;
+  }
+}

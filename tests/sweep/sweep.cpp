@@ -1,0 +1,186 @@
+#include "sweep.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace vok::sweep {
+
+namespace {
+
+constexpr u32 kLongBulk = 64;
+constexpr u32 kSmallestGeometry = 2;
+constexpr u32 kShortestChain = 3;
+constexpr u32 kLongestChain = 6;
+constexpr u64 kMostReports = 50;
+
+/// The tears of a step that are tried, from 0 on: all, or @p most of those of a long bulk program, evenly spread.
+std::vector<u32> TearsOf(const TraceStep& step, u32 most) {
+  std::vector<u32> tears = {0};
+  const bool all = most == 0 || step.kind != StepKind::kBulk || step.tears <= kLongBulk + kSeededTears;
+  const u32 count = all ? step.tears : most;
+  for (u32 i = 0; i < count; ++i) tears.push_back(all ? i + 1 : 1 + i * (step.tears - 1) / (most - 1));
+  return tears;
+}
+
+std::vector<CutPoint> CutsOf(const Trace& trace, u32 most_bulk_tears) {
+  std::vector<CutPoint> cuts;
+  for (u32 step = 0; step < trace.size(); ++step)
+    for (u32 tear : TearsOf(trace[step], most_bulk_tears)) cuts.push_back({step, tear});
+  return cuts;
+}
+
+std::vector<CutPoint> Some(const std::vector<CutPoint>& cuts, u32 count, u64 seed) {
+  Random random(seed);
+  std::vector<CutPoint> some;
+  for (u32 i = 0; i < count; ++i) some.push_back(cuts[random.Below(static_cast<u32>(cuts.size()))]);
+  return some;
+}
+
+CutPoint RandomCut(const Trace& trace, Random& random) {
+  const u32 step = random.Below(static_cast<u32>(trace.size()));
+  return {step, random.Below(trace[step].tears + 1)};
+}
+
+Place PlaceOfCut(const Trace& trace, CutPoint cut) {
+  return cut.step < trace.size() ? trace[cut.step].place : Place::kEnd;
+}
+
+}  // namespace
+
+bool Sweep::IsOver() const { return share_.deadline && std::chrono::steady_clock::now() > *share_.deadline; }
+
+bool Sweep::IsMine() {
+  const u64 number = case_number_++;
+  return number % share_.shards == share_.shard && number / share_.shards % share_.stride == 0 && !IsOver();
+}
+
+Tally Sweep::Run(const Plan& plan) {
+  plan_ = plan;
+  tally_ = {};
+  for (u64 seed = plan.first_seed; seed < plan.first_seed + plan.seeds; ++seed) {
+    for (u32 version = 1; version <= 3; ++version) {
+      for (const Operation& operation : Operations()) {
+        for (Fill fill : kFills) {
+          if (IsOver()) return tally_;
+          if (operation.empty_only && fill != Fill::kEmpty) continue;
+          RunScenario(MakeScenario(rig_, version, operation, fill, seed));
+        }
+      }
+    }
+  }
+  return tally_;
+}
+
+void Sweep::RunScenario(const Scenario& scenario) {
+  std::vector<CutPoint> cuts = CutsOf(scenario.trace, plan_.bulk_tears);
+  cuts.push_back({static_cast<u32>(scenario.trace.size()), 0});
+  for (CutPoint cut : cuts)
+    if (IsMine()) RunFirstCut(scenario, cut);
+  for (u32 chain = 0; chain < plan_.chains; ++chain)
+    if (IsMine()) RunChain(scenario, Mix(scenario.seed, chain));
+}
+
+void Sweep::RunFirstCut(const Scenario& scenario, CutPoint cut) {
+  Aftermath aftermath;
+  const std::string fault = CutOperation(scenario, cut, aftermath);
+  const Bytes flash = rig_.device().bytes();
+  const Aftermath first = aftermath;
+  const bool goes_on = plan_.second_cuts != 0 && scenario.geometry.blocks == kSmallestGeometry;
+  Verdict verdict = Judge(rig_, scenario, aftermath, goes_on);
+  if (!fault.empty()) verdict.fault = fault;
+  Count(0, scenario, {cut}, PlaceOfCut(scenario.trace, cut), verdict, aftermath);
+  if (goes_on && !verdict.repair.empty()) RunSecondCuts(scenario, cut, flash, first, verdict.repair);
+}
+
+void Sweep::RunSecondCuts(const Scenario& scenario, CutPoint first, const Bytes& flash, const Aftermath& aftermath,
+                          const Trace& repair) {
+  std::vector<CutPoint> cuts = CutsOf(repair, plan_.bulk_tears);
+  if (plan_.second_cuts < cuts.size())
+    cuts = Some(cuts, plan_.second_cuts, Mix(scenario.seed, u64{first.step} << 32 | first.tear));
+  for (CutPoint cut : cuts) {
+    Aftermath second = aftermath;
+    const Place place = repair[cut.step].place;
+    CutRepair(scenario, flash, 1, cut, place, second);
+    const Verdict verdict = Judge(rig_, scenario, second, false);
+    Count(1, scenario, {first, cut}, place, verdict, second);
+  }
+}
+
+/// Cuts the operation, its repair, the repair of that, and so on. A repair with nothing left to do ends the chain; one
+/// that ends too early is none.
+void Sweep::RunChain(const Scenario& scenario, u64 seed) {
+  Random random(seed);
+  Cuts cuts = {RandomCut(scenario.trace, random)};
+  Place place = PlaceOfCut(scenario.trace, cuts[0]);
+  Aftermath aftermath;
+  std::string fault = CutOperation(scenario, cuts[0], aftermath);
+  const u32 length = kShortestChain + random.Below(kLongestChain - kShortestChain + 1);
+  while (cuts.size() < length) {
+    const Bytes flash = rig_.device().bytes();
+    const Trace repair = RepairTrace(scenario, flash, aftermath, fault);
+    rig_.Load(flash);
+    if (repair.empty()) break;
+    cuts.push_back(RandomCut(repair, random));
+    place = PlaceOfCut(repair, cuts.back());
+    CutRepair(scenario, flash, static_cast<u32>(cuts.size()) - 1, cuts.back(), place, aftermath);
+  }
+  if (cuts.size() < kShortestChain && fault.empty()) return;
+  Verdict verdict = Judge(rig_, scenario, aftermath, false);
+  if (!fault.empty()) verdict.fault = fault;
+  Count(2, scenario, cuts, place, verdict, aftermath);
+}
+
+/// Runs the operation until the power goes. @return what was wrong about its steps
+std::string Sweep::CutOperation(const Scenario& scenario, CutPoint cut, Aftermath& aftermath) {
+  Prepare(rig_, scenario);
+  Witness witness(rig_.version(), rig_.device());
+  AllowInOperation(scenario, witness);
+  rig_.device().Begin(cut, scenario.seed, &witness);
+  bool was_cut = false;
+  try {
+    scenario.operation->run(rig_, scenario.inputs);
+  } catch (const PowerCut&) {
+    was_cut = true;
+  }
+  aftermath.Note(scenario, rig_.Read(), PlaceOfCut(scenario.trace, cut));
+  if (was_cut != (cut.step < scenario.trace.size()) || rig_.device().steps() != cut.step)
+    return "the operation's steps differ from those of the uncut run";
+  return witness.complaint();
+}
+
+/// The steps of a repair mount of @p flash. @param fault  out, if there is one
+Trace Sweep::RepairTrace(const Scenario& scenario, const Bytes& flash, const Aftermath& aftermath, std::string& fault) {
+  rig_.Load(flash);
+  rig_.SetUp();
+  Witness witness(rig_.version(), rig_.device());
+  AllowInRepair(scenario, aftermath, rig_.Read(), witness);
+  witness.Record(true);
+  rig_.device().Begin({}, 0, &witness);
+  rig_.Mount(2);
+  if (fault.empty()) fault = witness.complaint();
+  return witness.trace();
+}
+
+/// Runs a repair mount of @p flash until the power goes; @p depth cuts went before.
+void Sweep::CutRepair(const Scenario& scenario, const Bytes& flash, u32 depth, CutPoint cut, Place place,
+                      Aftermath& aftermath) {
+  rig_.Load(flash);
+  rig_.SetUp();
+  rig_.device().Begin(cut, Mix(scenario.seed, depth), nullptr);
+  try {
+    rig_.Mount(2);
+  } catch (const PowerCut&) {
+    aftermath.Note(scenario, rig_.Read(), place);
+  }
+}
+
+void Sweep::Count(u32 depth, const Scenario& scenario, const Cuts& cuts, Place place, const Verdict& verdict,
+                  const Aftermath& aftermath) {
+  // The images of the cuts before the last are counted where these are the last.
+  tally_.images += depth == 2 ? cuts.size() : 1;
+  tally_.Add(depth, IndexOf(*scenario.operation), place, verdict, aftermath);
+  if (verdict.fault.empty() || tally_.faults > kMostReports) return;
+  std::printf("FAULT %s (%s): %s\n", IdOf(scenario, cuts).c_str(), TextOf(place), verdict.fault.c_str());
+}
+
+}  // namespace vok::sweep

@@ -1,0 +1,127 @@
+#include <nlohmann/json.hpp>
+
+#include "tool_fixture.h"
+
+namespace vok::test {
+
+namespace {
+
+using nlohmann::json;
+
+class CheckTest : public ToolTest {
+ protected:
+  json Check(const std::string& image, int status) const {
+    const Answer answer = Run("check --json " + image);
+    EXPECT_EQ(answer.status, status) << answer.out;
+    EXPECT_EQ(answer.err, "");
+    json report = json::parse(answer.out);
+    EXPECT_EQ(report.at("clean"), status == 0);
+    for (const auto& section : report.at("sections"))
+      EXPECT_EQ(section.at("code") == 0 || section.at("code") == 134, section.at("findings").empty()) << section;
+    return report;
+  }
+
+  /// Expects one finding alone. @p codeplug_offset and @p bytes are written into a clean image first.
+  void ExpectFinding(std::size_t codeplug_offset, const Bytes& bytes, const std::string& what, int block,
+                     const json& slot) const {
+    const TestImage image = Copy("v1", "clean");
+    Overwrite(image.codeplug, codeplug_offset, bytes);
+    const json findings = Check(image.Pair(), 1).at("sections").at(0).at("findings");
+    ASSERT_EQ(findings.size(), 1U) << findings;
+    EXPECT_NE(std::string(findings[0].at("what")).find(what), std::string::npos) << findings;
+    EXPECT_EQ(findings[0].at("block"), block);
+    EXPECT_EQ(findings[0].value("slot", json()), slot);
+  }
+};
+
+constexpr std::size_t kBlockSize = 0x10000;
+constexpr std::size_t kState = 12;
+
+TEST_F(CheckTest, FinishedImageIsClean) {
+  const TestImage image = Copy("v1", "clean");
+  Check(image.Pair(), 0);
+  Check(Dump(image), 0);
+  EXPECT_NE(RunWell("check " + image.Pair()).find("\nclean\n"), std::string::npos);
+}
+
+TEST_F(CheckTest, TellsWhatIsUnfinishedAndChangesNothing) {
+  const TestImage image = Copy("v2", "several");
+  const Bytes before = Read(image.codeplug);
+  const json report = Check(image.Pair(), 1);
+  EXPECT_EQ(Check(Dump(image), 1), report);
+  EXPECT_EQ(Read(image.codeplug), before);
+  std::size_t unfinished = 0;
+  for (const auto& section : report.at("sections")) unfinished += section.at("mounted") ? 0 : 1;
+  EXPECT_EQ(unfinished, 3U) << "unfinished work in three sections";
+}
+
+TEST_F(CheckTest, FindsABlockWithoutSignature) {
+  const TestImage image = Copy("v3", "missing_signature");
+  const json report = Check(image.Pair(), 1);
+  const json& finding = report.at("sections").at(0).at("findings").at(0);
+  EXPECT_EQ(finding.at("what"), "no block signature");
+  EXPECT_EQ(finding.at("repair"), "erase and format the block");
+  EXPECT_FALSE(finding.contains("slot"));
+}
+
+TEST_F(CheckTest, NamesEveryBlockState) {
+  const std::size_t last = 3 * kBlockSize;
+  ExpectFinding(last + kState, {0x6F, 0xFF}, "Opening", 3, {});
+  ExpectFinding(last + kState, {0xFF, 0xFF}, "Erased", 3, {});
+  ExpectFinding(last + kState, {0x07, 0xFF}, "Retired", 3, {});
+  ExpectFinding(last + kState, {0x12, 0x34}, "0x1234 (unknown)", 3, {});
+  ExpectFinding(last + kState, {0x3F, 0xFF}, "ReorgTarget", 3, {});
+}
+
+TEST_F(CheckTest, FindsARecordWithoutSlotAndUnfinishedSlots) {
+  const Bytes codeplug = Read(Copy("v1", "clean").codeplug);
+  const SlotPlace last = SlotFromEnd(codeplug, 1);
+  ExpectFinding(last.word, WithState(codeplug, last, 0xC0), "slot Allocated", 0, last.index);
+  ExpectFinding(last.word, WithState(codeplug, last, 0x80), "slot Void", 0, last.index);
+  ExpectFinding(last.payload - 2, {0x00, 0x01}, "record written without a slot", 0, {});
+}
+
+TEST_F(CheckTest, FindsJournalRecordsOfEveryKind) {
+  const Bytes codeplug = Read(Copy("v1", "clean").codeplug);
+  const SlotPlace last = SlotFromEnd(codeplug, 1);
+  // Type, ID and the record from its beginning to its length word, as the item of that slot becomes one of the store's.
+  const auto expect = [&](std::uint8_t kind, const std::string& what) {
+    Bytes bytes(codeplug.begin() + static_cast<std::ptrdiff_t>(last.slot),
+                codeplug.begin() + static_cast<std::ptrdiff_t>(last.payload + last.length));
+    bytes[0] = 0xFF;
+    bytes[1] = 0xFE;
+    bytes[4] = WithState(codeplug, last, 0x40)[0];
+    const Bytes fields = {0, kind, 0, 5, 0, 7};
+    std::copy(fields.begin(), fields.end(), bytes.end() - static_cast<std::ptrdiff_t>(last.length));
+    ExpectFinding(last.slot, bytes, what, 0, last.index);
+  };
+  ASSERT_GE(last.length, 12U);
+  expect(1, "partial write of item type 5 ID 7");
+  expect(2, "replacement of item type 5 ID 7");
+  expect(3, "rename to item type 5 ID 7");
+  expect(9, "unknown kind 9");
+}
+
+TEST_F(CheckTest, SaysWhenARepairCannotHelp) {
+  const TestImage image = Copy("v1", "clean");
+  Overwrite(image.codeplug, 0, {0});
+  Overwrite(image.codeplug, kBlockSize, {0});
+  const json section = Check(image.Pair(), 1).at("sections").at(0);
+  EXPECT_EQ(section.at("code"), 125);
+  ASSERT_EQ(section.at("findings").size(), 2U);
+  EXPECT_EQ(section.at("findings")[0].at("repair"), "cannot be repaired (VOK Error #125: Partition Needs Create)");
+}
+
+TEST_F(CheckTest, AReadOnlySectionOfVersion1IsNeitherMountedNorUnclean) {
+  const TestImage image = Copy("v1", "clean");
+  Overwrite(image.psdt, 288 + 36, {0, 2});
+  const json section = Check(image.Pair(), 0).at("sections").at(2);
+  EXPECT_EQ(section.at("mounted"), false);
+  EXPECT_EQ(section.at("code"), 134);
+  ExpectFailure("list XTRA " + image.Pair(), "section XTRA is not mounted", "140: Partition Unmounted");
+  RunWell("list " + image.Pair());
+}
+
+}  // namespace
+
+}  // namespace vok::test

@@ -1,0 +1,73 @@
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+#include <random>
+
+#include "tool_fixture.h"
+
+namespace vok::test {
+
+namespace {
+
+using nlohmann::json;
+
+/// Damaged images: whatever lies in the blocks, a check foretells what a repair does, and a repaired image has the
+/// items that the tool gave before. VOK_SEED runs one seed alone.
+class DamageTest : public ToolTest {
+ protected:
+  void Damage(const TestImage& image, unsigned seed) const {
+    std::mt19937 random(seed);
+    const auto below = [&random](std::size_t limit) { return random() % limit; };
+    Bytes codeplug = Read(image.codeplug);
+    for (std::size_t changes = 1 + below(8); changes > 0; --changes) {
+      const std::size_t block = below(codeplug.size() / kBlockSize) * kBlockSize;
+      const std::array<std::size_t, 3> places = {below(16), 0x20 + below(800), kBlockSize - 1 - below(3000)};
+      codeplug[block + places[below(places.size())]] = static_cast<std::uint8_t>(random());
+    }
+    Write(image.codeplug, codeplug);
+  }
+
+  /// @return whether some section cannot be repaired
+  static bool ExpectsNoRepair(const json& report) {
+    bool hopeless = false;
+    for (const auto& section : report.at("sections"))
+      for (const auto& finding : section.at("findings"))
+        hopeless = hopeless || std::string(finding.at("repair")).rfind("cannot", 0) == 0;
+    return hopeless;
+  }
+
+  static void ExpectFindingsToMatchMount(const json& report, unsigned seed) {
+    for (const auto& section : report.at("sections")) {
+      std::size_t seen_by_mount = 0;
+      for (const auto& finding : section.at("findings"))
+        if (std::string(finding.at("what")).find("outside") == std::string::npos) ++seen_by_mount;
+      EXPECT_EQ(section.at("code") == 0, seen_by_mount == 0) << "seed " << seed << '\n' << section;
+    }
+  }
+
+  void RunSeed(unsigned seed) const {
+    const TestImage image = Copy("v1", "clean");
+    Damage(image, seed);
+    const std::string pair = "--store-version 1 " + image.Pair();
+    const Answer check = Run("check --json " + pair);
+    ASSERT_TRUE(check.status == 0 || check.status == 1) << "seed " << seed << '\n' << check.err;
+    const json report = json::parse(check.out);
+    ExpectFindingsToMatchMount(report, seed);
+    const Answer before = Run("list --json " + pair);
+    const Answer repair = Run("repair " + pair);
+    EXPECT_EQ(repair.status, ExpectsNoRepair(report) ? 1 : 0) << "seed " << seed << '\n' << check.out << repair.err;
+    const Answer after = Run("list --json " + pair);
+    EXPECT_EQ(after.out, before.out) << "seed " << seed;
+    EXPECT_EQ(after.err, before.err) << "seed " << seed;
+  }
+
+  static constexpr std::size_t kBlockSize = 0x10000;
+};
+
+TEST_F(DamageTest, CheckForetellsRepair) {
+  if (const char* seed = std::getenv("VOK_SEED")) return RunSeed(static_cast<unsigned>(std::atol(seed)));
+  for (unsigned seed = 1; seed <= 40; ++seed) RunSeed(seed);
+}
+
+}  // namespace
+
+}  // namespace vok::test

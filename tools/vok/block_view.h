@@ -1,0 +1,64 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "sections.h"
+#include "store/volume/slots.h"
+
+/// One block as it lies in flash, before any repair: what the mount scan would read, without what it would change.
+/// Invariants of a view:
+///  - it never reads outside its block, whatever the bytes say;
+///  - the four shares add up to the block size;
+///  - for a block that needs no repair the figures are those of the block's RAM record after a mount.
+
+namespace vok::tool {
+
+/// One header slot and the record that its location word leads to.
+struct SlotView {
+  u32 number;  ///< index in the block
+  FlashAddress address;
+  SlotHeader header;
+  bool has_record;    ///< the location word was programmed and leads to a length word in the block
+  ItemRecord record;  ///< with has_record
+
+  bool IsJournal() const { return header.type == kJournalType; }
+  bool IsSound() const { return has_record && record.sound; }
+  /// Where the record ends. With has_record.
+  FlashAddress record_end() const { return record.length_word + CurrentLayout().word_size; }
+};
+
+/// What the bytes of a block are good for.
+struct ByteShares {
+  u32 live = 0;        ///< header, current items and the words that stay erased
+  u32 dead = 0;        ///< slots and records that a reorganisation regains; everything in a block to be formatted
+  u32 unfinished = 0;  ///< slots and records of writes that a repair mount cancels
+  u32 free = 0;        ///< room for new slots and records
+};
+
+struct BlockView {
+  u16 index;  ///< in the section
+  u32 size;
+  bool has_signature;
+  u32 format_version;
+  BlockRecord figures;  ///< next slot 0 = takes no more slots
+  FlashAddress slots_end;
+  std::vector<SlotView> slots;  ///< none without a signature: the bytes there mean nothing
+  ByteShares shares;
+
+  FlashAddress end() const { return figures.base + size; }
+  u32 erase_count() const { return ~figures.wear_counter; }
+  /// "Active", …, or that there is no signature.
+  std::string StateName() const;
+  /// Whether reads find the Valid items in it.
+  bool IsCurrent() const { return has_signature && IsSearched(figures); }
+  /// Whether a repair mount erases and formats it, with all that it holds.
+  bool IsToBeFormatted() const;
+  /// The largest payload that fits in the block now.
+  u32 LargestItemNow() const;
+};
+
+/// Looks at a block of a section that is set up.
+BlockView ViewBlock(const PartitionRecord& partition, u16 index);
+
+}  // namespace vok::tool

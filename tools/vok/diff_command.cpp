@@ -1,0 +1,73 @@
+#include <fmt/core.h>
+
+#include <cstdio>
+
+#include "change_json.h"
+#include "commands.h"
+#include "failure.h"
+#include "image_items.h"
+#include "terminal.h"
+
+namespace vok::tool {
+
+namespace {
+
+/// Both maps are in the same order, so that one walk meets equal names side by side.
+std::vector<ItemDifference> Compare(const ImageItems& a, const ImageItems& b) {
+  std::vector<ItemDifference> differences;
+  auto before = a.begin();
+  auto after = b.begin();
+  while (before != a.end() || after != b.end()) {
+    if (after == b.end() || (before != a.end() && before->first < after->first)) {
+      differences.push_back({.section = before->first.section, .before = &before->second.entry, .after = nullptr});
+      ++before;
+    } else if (before == a.end() || after->first < before->first) {
+      differences.push_back({.section = after->first.section, .before = nullptr, .after = &after->second.entry});
+      ++after;
+    } else {
+      if (before->second.bytes != after->second.bytes)
+        differences.push_back(
+            {.section = before->first.section, .before = &before->second.entry, .after = &after->second.entry});
+      ++before;
+      ++after;
+    }
+  }
+  return differences;
+}
+
+std::string LineOf(const ItemDifference& difference) {
+  const ItemEntry& item = difference.after != nullptr ? *difference.after : *difference.before;
+  const char sign = difference.before == nullptr ? '+' : difference.after == nullptr ? '-' : '~';
+  std::string lengths = std::to_string(item.length);
+  if (sign == '~') lengths = fmt::format("{} -> {}", difference.before->length, item.length);
+  return fmt::format("{} {} type {} ID {}, {} bytes\n", sign, difference.section, item.type, item.id, lengths);
+}
+
+int PrintDifferences(const Options& options) {
+  const ImageItems a = ReadImageItems(options.first_image, options.image);
+  const ImageItems b = ReadImageItems(options.second_image, options.image);
+  const std::vector<ItemDifference> differences = Compare(a, b);
+  if (options.json) Print(DifferencesJson(differences));
+  if (!options.json)
+    for (const ItemDifference& difference : differences) Print(LineOf(difference));
+  return differences.empty() ? kDone : kFailed;
+}
+
+int Trouble(const std::string& what, u16 code) {
+  std::fputs(FailureLine(what, code).c_str(), stderr);
+  return kTrouble;
+}
+
+}  // namespace
+
+int RunDiff(const Options& options) {
+  try {
+    return PrintDifferences(options);
+  } catch (const Failure& failure) {
+    return Trouble(failure.what(), failure.code());
+  } catch (const std::exception& error) {
+    return Trouble(error.what(), code::kInternalError);
+  }
+}
+
+}  // namespace vok::tool
