@@ -60,10 +60,10 @@ bool Parse(int count, char** values, Arguments& arguments) {
 /// The part that every test run makes: long bulk programs torn at 64 places, two of the second cuts.
 Plan FastPlan(u64 seed) { return {.first_seed = seed, .bulk_tears = 64, .second_cuts = 2, .chains = 16}; }
 
-/// Every first cut of the same base images; then, on others, every pair.
+/// Every first cut of the same base images; then, on others, every step of every repair.
 Plan FirstCutPlan(u64 seed) { return {.first_seed = seed}; }
 Plan PairPlan(u64 seed) {
-  return {.first_seed = seed + 1, .seeds = 2, .bulk_tears = 16, .second_cuts = kAllCuts, .chains = 64};
+  return {.first_seed = seed + 1, .bulk_tears = 16, .second_cuts = kEveryStep, .second_tears = 2, .chains = 256};
 }
 
 void Print(const char* what, const Tally& tally) {

@@ -29,13 +29,6 @@ std::vector<CutPoint> CutsOf(const Trace& trace, u32 most_bulk_tears) {
   return cuts;
 }
 
-std::vector<CutPoint> Some(const std::vector<CutPoint>& cuts, u32 count, u64 seed) {
-  Random random(seed);
-  std::vector<CutPoint> some;
-  for (u32 i = 0; i < count; ++i) some.push_back(cuts[random.Below(static_cast<u32>(cuts.size()))]);
-  return some;
-}
-
 CutPoint RandomCut(const Trace& trace, Random& random) {
   const u32 step = random.Below(static_cast<u32>(trace.size()));
   return {step, random.Below(trace[step].tears + 1)};
@@ -92,12 +85,25 @@ void Sweep::RunFirstCut(const Scenario& scenario, CutPoint cut) {
   if (goes_on && !verdict.repair.empty()) RunSecondCuts(scenario, cut, flash, first, verdict.repair);
 }
 
+std::vector<CutPoint> Sweep::SecondCuts(const Trace& repair, u64 seed) const {
+  Random random(seed);
+  std::vector<CutPoint> cuts;
+  if (plan_.second_cuts != kEveryStep) {
+    while (cuts.size() < plan_.second_cuts) cuts.push_back(RandomCut(repair, random));
+    return cuts;
+  }
+  for (u32 step = 0; step < repair.size(); ++step) {
+    cuts.push_back({step, 0});
+    const u32 tears = repair[step].tears;
+    for (u32 i = 0; i < std::min(tears, plan_.second_tears); ++i)
+      cuts.push_back({step, tears <= plan_.second_tears ? i + 1 : 1 + random.Below(tears)});
+  }
+  return cuts;
+}
+
 void Sweep::RunSecondCuts(const Scenario& scenario, CutPoint first, const Bytes& flash, const Aftermath& aftermath,
                           const Trace& repair) {
-  std::vector<CutPoint> cuts = CutsOf(repair, plan_.bulk_tears);
-  if (plan_.second_cuts < cuts.size())
-    cuts = Some(cuts, plan_.second_cuts, Mix(scenario.seed, u64{first.step} << 32 | first.tear));
-  for (CutPoint cut : cuts) {
+  for (CutPoint cut : SecondCuts(repair, Mix(scenario.seed, u64{first.step} << 32 | first.tear))) {
     Aftermath second = aftermath;
     const Place place = repair[cut.step].place;
     CutRepair(scenario, flash, 1, cut, place, second);

@@ -13,12 +13,13 @@ namespace vok::sweep {
 /// How much of everything is tried.
 struct Plan {
   u64 first_seed = 1;
-  u32 seeds = 1;        ///< base images and inputs are made from as many seeds
-  u32 bulk_tears = 0;   ///< places at which a long bulk program is torn; 0 = after every byte
-  u32 second_cuts = 0;  ///< second cuts for each first cut on the smallest geometry, or kAllCuts
-  u32 chains = 0;       ///< chains of 3 to 6 cuts for each scenario
+  u32 seeds = 1;         ///< base images and inputs are made from as many seeds
+  u32 bulk_tears = 0;    ///< places at which a long bulk program is torn; 0 = after every byte
+  u32 second_cuts = 0;   ///< second cuts for each first cut on the smallest geometry, or kEveryStep
+  u32 second_tears = 0;  ///< with kEveryStep: seeded tears of each step, besides the cut before it
+  u32 chains = 0;        ///< chains of 3 to 6 cuts for each scenario
 };
-inline constexpr u32 kAllCuts = 0xFFFFFFFF;
+inline constexpr u32 kEveryStep = 0xFFFFFFFF;
 
 /// Which part of a plan this process works on: each case whose number leaves @p shard.
 struct Share {
@@ -46,6 +47,7 @@ class Sweep {
   void RunFirstCut(const Scenario& scenario, CutPoint cut);
   void RunSecondCuts(const Scenario& scenario, CutPoint first, const Bytes& flash, const Aftermath& aftermath,
                      const Trace& repair);
+  std::vector<CutPoint> SecondCuts(const Trace& repair, u64 seed) const;
   void RunChain(const Scenario& scenario, u64 seed);
 
   std::string CutOperation(const Scenario& scenario, CutPoint cut, Aftermath& aftermath);

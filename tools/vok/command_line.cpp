@@ -20,6 +20,7 @@ struct Range {
 };
 constexpr Range kTypeOrId = {0, 0xFFFF};
 constexpr Range kId = {0, kNewId - 1};
+constexpr Range kItemType = {1, 65533};
 constexpr Range kAddress = {0, 0xFFFFFFFFFFFFFFFF};
 constexpr Range kStoreVersion = {1, 3};
 
@@ -75,8 +76,7 @@ void AddImageOptions(Parser& parser) {
   ImageArguments& image = parser.options.image;
   CLI::Option* const dump =
       app.add_option("--image", image.dump, "flash dump with the PSDT in it")->type_name("FILE")->group(kImageGroup);
-  AddNumber(app, "--psdt-address", image.psdt_address, kAddress, "PSDT of a dump (default 0xE000)")
-      ->group(kImageGroup);
+  AddNumber(app, "--psdt-address", image.psdt_address, kAddress, "PSDT of a dump (default 0xE000)")->group(kImageGroup);
   CLI::Option* const psdt =
       AddPlacedFile(app, "--psdt", image.psdt, "PSDT (default @0xE000)")->excludes(dump)->group(kImageGroup);
   CLI::Option* const codeplug =
@@ -120,12 +120,13 @@ void AddIdOrNew(CLI::App& command, const std::string& name, u16& target) {
 }
 
 /// N or FIRST-LAST.
-CLI::Option* AddRange(CLI::App& command, const std::string& name, NumberRange& target, const std::string& description) {
-  const auto store = [&target, name](const std::string& text) {
+CLI::Option* AddRange(CLI::App& command, const std::string& name, NumberRange& target, const Range& range,
+                      const std::string& description) {
+  const auto store = [&target, name, range](const std::string& text) {
     const std::size_t dash = text.find('-');
-    target.first = static_cast<u16>(NumberOf(name, text.substr(0, dash), kId));
-    target.last = dash == std::string::npos ? target.first
-                                            : static_cast<u16>(NumberOf(name, text.substr(dash + 1), kId));
+    target.first = static_cast<u16>(NumberOf(name, text.substr(0, dash), range));
+    target.last =
+        dash == std::string::npos ? target.first : static_cast<u16>(NumberOf(name, text.substr(dash + 1), range));
     if (target.IsEmpty()) throw CLI::ValidationError(fmt::format("{}: {} begins above its end", name, text));
   };
   return command.add_option_function<std::string>(name, store, description)->type_name("N[-N]");
@@ -154,8 +155,8 @@ void AddChangeCommands(Parser& parser) {
 
   CLI::App& remove = AddCommand(parser, "delete", RunDelete, "delete an item, or a range of them");
   CLI::Option* const type = AddNumber(remove, "TYPE", options.type, kTypeOrId, "item type")->type_name("");
-  CLI::Option* const ids = AddRange(remove, "ID", options.ids, "item ID, or FIRST-LAST")->type_name("");
-  CLI::Option* const types = AddRange(remove, "--types", options.types, "delete every item of these types");
+  CLI::Option* const ids = AddRange(remove, "ID", options.ids, kId, "item ID, or FIRST-LAST")->type_name("");
+  CLI::Option* const types = AddRange(remove, "--types", options.types, kItemType, "delete every item of these types");
   types->excludes(type)->excludes(ids);
   remove.add_option("--section", options.section, "with --types: in this section only")->needs(types);
   remove.add_flag("--yes", options.yes, "do not ask before a range");
