@@ -90,15 +90,15 @@ Json BlockOf(const BlockFigures& block) {
 Json InfoSection(const SectionSpace& space) {
   const Section& section = *space.section;
   Json json = {{"section", section.name},
-          {"partition", section.partition()},
-          {"mounted", section.IsMounted()},
-          {"code", section.mount_code},
-          {"start", section.entry.start},
-          {"block_size", section.entry.block_size},
-          {"block_count", section.entry.block_count},
-          {"kind", KindOf(section)},
-          {"types", TypesOf(section)},
-          {"space", SpaceOf(space)}};
+               {"partition", section.partition()},
+               {"mounted", section.IsMounted()},
+               {"code", section.mount_code},
+               {"start", section.entry.start},
+               {"block_size", section.entry.block_size},
+               {"block_count", section.entry.block_count},
+               {"kind", KindOf(section)},
+               {"types", TypesOf(section)},
+               {"space", SpaceOf(space)}};
   for (const BlockFigures& block : space.blocks) json["blocks"].push_back(BlockOf(block));
   return json;
 }

@@ -31,7 +31,7 @@ struct SectionReport {
 /// What info tells of one section.
 struct SectionSpace {
   const Section* section;
-  PartitionSpace space;  ///< all 0 unless mounted
+  PartitionSpace space;                   ///< all 0 unless mounted
   std::vector<BlockFigures> blocks = {};  ///< only when they are asked for
 };
 

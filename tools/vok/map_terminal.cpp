@@ -97,8 +97,7 @@ void PrintMap(const ImageView& view) {
 
 std::string TroubleOf(const RankedBlock& ranked) {
   const ByteShares& shares = ranked.block->shares;
-  const std::string dead =
-      fmt::format("{} dead bytes ({:.1f} %)", shares.dead, kPercent * shares.dead / ranked.block->size);
+  std::string dead = fmt::format("{} dead bytes ({:.1f} %)", shares.dead, kPercent * shares.dead / ranked.block->size);
   if (ranked.findings == 0) return dead;
   return fmt::format("{} finding{}, {}", ranked.findings, ranked.findings == 1 ? "" : "s", dead);
 }

@@ -47,7 +47,7 @@ struct Options {
   bool verbose = false;
   std::string section;  ///< empty = all
   u16 type = 0;
-  u16 id = 0;  ///< may be kNewId where an item is written
+  u16 id = 0;          ///< may be kNewId where an item is written
   std::string output;  ///< empty = standard output, or the input in place
   std::string directory;
   bool force = false;
@@ -55,7 +55,7 @@ struct Options {
   bool blocks = false;
   std::string input;  ///< file to read; - = standard input
   u16 new_type = 0;
-  u16 new_id = 0;  ///< may be kNewId
+  u16 new_id = 0;           ///< may be kNewId
   NumberRange ids;          ///< to delete
   NumberRange types;        ///< to delete; empty = the items of one type
   bool yes = false;         ///< do not ask

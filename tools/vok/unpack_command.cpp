@@ -24,9 +24,8 @@ SectionItems UnpackSection(const Section& section, const std::filesystem::path& 
     unpacked.items.push_back(item);
   });
   // The order in flash is lost when the items are packed again; this one is not.
-  std::sort(unpacked.items.begin(), unpacked.items.end(), [](const ItemEntry& a, const ItemEntry& b) {
-    return std::pair(a.type, a.id) < std::pair(b.type, b.id);
-  });
+  std::sort(unpacked.items.begin(), unpacked.items.end(),
+            [](const ItemEntry& a, const ItemEntry& b) { return std::pair(a.type, a.id) < std::pair(b.type, b.id); });
   return unpacked;
 }
 

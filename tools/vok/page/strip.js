@@ -22,7 +22,12 @@ function drawStrip() {
   };
   fill(0, block.size, colours("--free"));
   fill(0, image.slots_offset + block.slots.length * image.slot_size, colours("--soft"));
-  for (const slot of block.slots) if (slot.isSound) fill(slot.offset, endOf(slot), stateColour(slot, colours));
+  for (const slot of block.slots) {
+    if (!slot.isSound) continue;
+    fill(slot.offset, endOf(slot), stateColour(slot, colours));
+    // A line between neighbours, where they are wide enough to be told apart.
+    if (((endOf(slot) - slot.offset) / block.size) * strip.width > 4) fill(slot.offset, slot.offset, colours("--pane"));
+  }
   if (!chosen.slot) return;
   const at = chosen.slot.address - block.address;
   fill(at, at + image.slot_size, colours("--ink"));
