@@ -163,12 +163,14 @@ TEST_F(MapTest, BarIsAsWideAsTheScreenLeaves) {
 
 TEST_F(MapTest, PageIsOneFileWithItsDataOutOfReachOfTheMarkup) {
   const TestImage image = Copy("v3", "missing_signature");
-  RunWell("map --html page.html --svg map.svg " + image.Pair());
+  Write("<!--<script>.bin", Read(image.codeplug));
+  RunWell("map --html page.html --psdt " + image.psdt + " --codeplug '<!--<script>.bin'");
   const std::string page = Text(Read("page.html"));
-  const std::size_t start = page.find("type=\"application/json\">") + std::string("type=\"application/json\">").size();
+  const std::string opening = "type=\"application/json\">";
+  const std::size_t start = page.find(opening) + opening.size();
   const std::string data = page.substr(start, page.find("</script>", start) - start);
   EXPECT_EQ(data.find('<'), std::string::npos);
-  EXPECT_EQ(json::parse(data).at("image"), image.codeplug);
+  EXPECT_EQ(json::parse(data).at("image"), "<!--<script>.bin");
   for (const char* const foreign : {"http:", "https:", "src=", "@import", "url("})
     EXPECT_EQ(page.find(foreign), std::string::npos) << foreign;
 }

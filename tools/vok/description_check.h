@@ -12,7 +12,7 @@ namespace vok::tool {
 
 /// A section, and where the document describes it.
 struct PlacedRecord {
-  psdt::Record record;
+  psdt::Record record = {};
   JsonValue where;
 };
 

@@ -35,12 +35,15 @@ std::vector<ItemDifference> Compare(const ImageItems& a, const ImageItems& b) {
   return differences;
 }
 
+std::string LineOf(char sign, const std::string& section, const ItemEntry& item, const std::string& lengths) {
+  return fmt::format("{} {} type {} ID {}, {} bytes\n", sign, section, item.type, item.id, lengths);
+}
+
 std::string LineOf(const ItemDifference& difference) {
-  const ItemEntry& item = difference.after != nullptr ? *difference.after : *difference.before;
-  const char sign = difference.before == nullptr ? '+' : difference.after == nullptr ? '-' : '~';
-  std::string lengths = std::to_string(item.length);
-  if (sign == '~') lengths = fmt::format("{} -> {}", difference.before->length, item.length);
-  return fmt::format("{} {} type {} ID {}, {} bytes\n", sign, difference.section, item.type, item.id, lengths);
+  const auto& [section, before, after] = difference;
+  if (before == nullptr) return LineOf('+', section, *after, std::to_string(after->length));
+  if (after == nullptr) return LineOf('-', section, *before, std::to_string(before->length));
+  return LineOf('~', section, *after, fmt::format("{} -> {}", before->length, after->length));
 }
 
 int PrintDifferences(const Options& options) {

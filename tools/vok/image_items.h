@@ -2,6 +2,7 @@
 
 #include <map>
 #include <string>
+#include <tuple>
 
 #include "items.h"
 #include "options.h"
@@ -15,7 +16,9 @@ struct ItemName {
   u16 type;
   u16 id;
 
-  auto operator<=>(const ItemName&) const = default;
+  bool operator<(const ItemName& other) const {
+    return std::tie(section, type, id) < std::tie(other.section, other.type, other.id);
+  }
 };
 
 struct HeldItem {

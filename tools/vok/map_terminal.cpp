@@ -97,7 +97,8 @@ void PrintMap(const ImageView& view) {
 
 std::string TroubleOf(const RankedBlock& ranked) {
   const ByteShares& shares = ranked.block->shares;
-  std::string dead = fmt::format("{} dead bytes ({:.1f} %)", shares.dead, kPercent * shares.dead / ranked.block->size);
+  std::string dead =
+      fmt::format("{} dead bytes ({:.1f} %)", shares.dead, kPercent * shares.dead / std::max(ranked.block->size, 1U));
   if (ranked.findings == 0) return dead;
   return fmt::format("{} finding{}, {}", ranked.findings, ranked.findings == 1 ? "" : "s", dead);
 }

@@ -3,6 +3,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <map>
 
 #include "failure.h"
 #include "store/volume/layout.h"
@@ -25,16 +26,16 @@ void ReorganiseAndErase(const std::string& name, u8 partition, u16 block) {
 
 /// The Active blocks, the emptiest first.
 std::vector<u16> ActiveBlocks(u8 partition) {
-  std::vector<std::pair<u32, u16>> blocks;
+  std::map<u16, u32> used;
+  std::vector<u16> blocks;
   for (u16 i = 0; i < PartitionAt(partition).block_count; ++i) {
     BlockInfo info{};
     GetBlockInfo(partition, i, &info);
-    if (info.state == CurrentLayout().states.active) blocks.emplace_back(info.used_bytes, i);
+    used[i] = info.used_bytes;
+    if (info.state == CurrentLayout().states.active) blocks.push_back(i);
   }
-  std::sort(blocks.begin(), blocks.end());
-  std::vector<u16> indices;
-  for (const auto& [used, index] : blocks) indices.push_back(index);
-  return indices;
+  std::stable_sort(blocks.begin(), blocks.end(), [&used](u16 a, u16 b) { return used[a] < used[b]; });
+  return blocks;
 }
 
 /// Free bytes that are spread over blocks without dead ones are of no use to a large item until live items of one block
