@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "tool_fixture.h"
@@ -170,7 +171,28 @@ TEST_F(PackTest, TellsTheFiguresWhenASectionIsFull) {
   ExpectFailure("pack in -o out.bin", "65495 bytes are more than the 65494", kInvalidParameter);
 }
 
-TEST_F(PackTest, FindsRoomWithTheLargeItemsFirst) {
+/// Neither the manifest's order nor that of the sizes fits these into the three blocks that a section of four has.
+TEST_F(PackTest, FillsBlocksToTheLastByte) {
+  json manifest = MakeHandWritten();
+  // A block has 65502 bytes for records and slots; each item takes 8 more than its length here.
+  const std::vector<std::size_t> sizes = {30002, 24002, 11498, 26002, 25002, 14498, 28002, 20002, 17498};
+  int id = 0;
+  for (const std::size_t size : sizes) AddItem(manifest, 1, 1, id++, size - 8);
+  std::vector<json> items = manifest["sections"][1]["items"];
+  std::sort(items.begin(), items.end(), [&sizes](const json& a, const json& b) {
+    return sizes[a["id"].get<std::size_t>()] > sizes[b["id"].get<std::size_t>()];
+  });
+  manifest["sections"][1]["items"] = items;
+  WriteManifest(manifest);
+  const Answer answer = Run("pack in -o out.bin --verbose");
+  EXPECT_EQ(answer.status, 0) << answer.err;
+  EXPECT_NE(answer.err.find("no room in the manifest's order"), std::string::npos);
+  const std::string pair = "--psdt in/psdt.bin --codeplug out.bin";
+  EXPECT_EQ(ListedItems(RunWell(pair + " list --json")).size(), sizes.size());
+  RunWell(pair + " check");
+}
+
+TEST_F(PackTest, FindsRoomForItemsInAnUnluckyOrder) {
   json manifest = MakeHandWritten();
   for (const int id : {1, 2, 3}) AddItem(manifest, 1, 1, id, 25000);
   for (const int id : {4, 5, 6}) AddItem(manifest, 1, 1, id, 40000);

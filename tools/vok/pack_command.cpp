@@ -1,6 +1,5 @@
 #include <fmt/core.h>
 
-#include <algorithm>
 #include <optional>
 
 #include "commands.h"
@@ -9,7 +8,9 @@
 #include "manifest.h"
 #include "mounting.h"
 #include "room.h"
+#include "store/volume/layout.h"
 #include "terminal.h"
+#include "tight_order.h"
 #include "vok/store.h"
 
 namespace vok::tool {
@@ -37,33 +38,41 @@ std::optional<NoRoom> FillSection(const PackedSection& section, const std::vecto
   return std::nullopt;
 }
 
-enum class Order { kManifest, kLargestFirst };
+enum class Order { kManifest, kTight };
+
+std::vector<const PackedItem*> Ordered(const PackedSection& section, Order order) {
+  std::vector<const PackedItem*> items;
+  std::vector<u32> sizes;
+  for (const PackedItem& item : section.items) {
+    items.push_back(&item);
+    sizes.push_back(static_cast<u32>(RecordAndSlotSize(static_cast<u32>(item.bytes.size()))));
+  }
+  if (order == Order::kManifest) return items;
+  const u32 capacity = section.block_size - block_header::kSize - CurrentLayout().word_size;
+  std::vector<const PackedItem*> tight;
+  for (const std::size_t index : TightOrder(sizes, capacity)) tight.push_back(items[index]);
+  return tight;
+}
 
 std::optional<NoRoom> Fill(const std::vector<PackedSection>& sections, Order order) {
-  for (const PackedSection& section : sections) {
-    std::vector<const PackedItem*> items;
-    for (const PackedItem& item : section.items) items.push_back(&item);
-    if (order == Order::kLargestFirst)
-      std::stable_sort(items.begin(), items.end(),
-                       [](const PackedItem* a, const PackedItem* b) { return a->bytes.size() > b->bytes.size(); });
-    if (const auto no_room = FillSection(section, items)) return no_room;
-  }
+  for (const PackedSection& section : sections)
+    if (const auto no_room = FillSection(section, Ordered(section, order))) return no_room;
   return std::nullopt;
 }
 
 [[noreturn]] void ThrowNoRoom(const NoRoom& no_room) {
-  const u32 length = static_cast<u32>(no_room.item->bytes.size());
+  const u64 needed = RecordAndSlotSize(static_cast<u32>(no_room.item->bytes.size()));
   throw Failure(fmt::format("{}: section {} has no room for the item: {}", no_room.item->where, no_room.section->name,
-                            RoomFigures(no_room.section->partition, length)),
+                            RoomFigures(no_room.section->partition, needed)),
                 no_room.code);
 }
 
-/// Items that do not all fit in their own order may do so with the large ones first.
+/// Items that leave gaps in their own order may fit in another.
 void FillImage(FreshImage& image, const std::vector<PackedSection>& sections) {
   if (!Fill(sections, Order::kManifest)) return;
-  Say("no room in the manifest's order; packing the largest items first");
+  Say("no room in the manifest's order; packing as tightly as can be");
   image.Format();
-  if (const auto no_room = Fill(sections, Order::kLargestFirst)) ThrowNoRoom(*no_room);
+  if (const auto no_room = Fill(sections, Order::kTight)) ThrowNoRoom(*no_room);
 }
 
 }  // namespace

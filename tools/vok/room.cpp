@@ -38,20 +38,44 @@ std::vector<u16> ActiveBlocks(u8 partition) {
   return blocks;
 }
 
-/// Free bytes that are spread over blocks without dead ones are of no use to a large item until live items of one block
-/// fill up the others. Each round empties another block.
-bool Compact(const std::string& name, u8 partition, std::size_t round) {
-  const std::vector<u16> blocks = ActiveBlocks(partition);
-  if (round >= blocks.size()) return false;
-  ReorganiseAndErase(name, partition, blocks[round]);
-  return true;
-}
-
 /// Nothing can be reorganised without a Free block to move items to.
 bool HasSpare(u8 partition) {
   u16 spare = kNoBlock;
   return FindSpareBlock(PartitionAt(partition), spare) == code::kOk;
 }
+
+/// Makes room after one failed attempt after another, with more effort each time. It gives up in the end: a failed
+/// attempt may leave dead bytes of its own, so that there being some is no reason to go on.
+class RoomMaker {
+ public:
+  RoomMaker(const std::string& name, u8 partition) : name_(name), partition_(partition) {}
+
+  /// @return false when nothing is left to try
+  bool MakeRoom(u16 code) {
+    if (!HasSpare(partition_)) return false;
+    const bool advised = ReorganiseAsAdvised(name_, partition_);
+    const std::size_t round = rounds_++;
+    if (advised && round == 0) return true;
+    while (ReorganiseAsAdvised(name_, partition_)) continue;
+    if (advised && round == 1) return true;
+    return code != code::kPartitionFull && Compact();
+  }
+
+ private:
+  /// Free bytes that are spread over blocks without dead ones are of no use to a large item until live items of one
+  /// block fill up the others. Each call empties another block.
+  bool Compact() {
+    const std::vector<u16> blocks = ActiveBlocks(partition_);
+    if (compacted_ >= blocks.size()) return false;
+    ReorganiseAndErase(name_, partition_, blocks[compacted_++]);
+    return true;
+  }
+
+  const std::string& name_;
+  u8 partition_;
+  std::size_t rounds_ = 0;
+  std::size_t compacted_ = 0;
+};
 
 }  // namespace
 
@@ -71,7 +95,7 @@ bool ReorganiseAsAdvised(const std::string& name, u8 partition) {
 }
 
 u16 AttemptWithRoom(ChangedImage& image, const std::string& name, u8 partition, const std::function<u16()>& attempt) {
-  std::size_t rounds = 0;
+  RoomMaker room(name, partition);
   for (;;) {
     const u16 code = attempt();
     if (!IsNoRoom(code)) return code;
@@ -79,18 +103,16 @@ u16 AttemptWithRoom(ChangedImage& image, const std::string& name, u8 partition, 
     // A change that found room for its record but none for its marker leaves the record unfinished; after a mount its
     // bytes count as dead.
     image.Remount();
-    if (!HasSpare(partition)) return code;
-    if (ReorganiseAsAdvised(name, partition)) continue;
-    if (code == code::kPartitionFull || !Compact(name, partition, rounds++)) return code;
+    if (!room.MakeRoom(code)) return code;
   }
 }
 
-std::string RoomFigures(u8 partition, u32 length) {
+std::string RoomFigures(u8 partition, u64 needed) {
   PartitionSpace space{};
   GetPartitionSpace(partition, &space);
   const u32 more = space.free_after_reorganisation - std::min(space.free_now, space.free_after_reorganisation);
-  return fmt::format("{} bytes needed, {} free, {} more by reorganising{}", RecordAndSlotSize(length), space.free_now,
-                     more, more == 0 || HasSpare(partition) ? "" : ", for which no block is spare");
+  return fmt::format("{} bytes needed, {} free, {} more by reorganising{}", needed, space.free_now, more,
+                     more == 0 || HasSpare(partition) ? "" : ", for which no block is spare");
 }
 
 }  // namespace vok::tool

@@ -16,13 +16,12 @@ bool IsNoRoom(u16 code);
 /// @throws Failure when the store cannot reorganise it
 bool ReorganiseAsAdvised(const std::string& name, u8 partition);
 
-/// Makes @p attempt, a change of the section that answers a store code; as long as it finds no room, reorganises and
-/// makes it again.
+/// Makes @p attempt, a change of the section that answers a store code; as long as it finds no room and there is
+/// something left to reorganise, does that and makes it again.
 /// @return its last answer
 u16 AttemptWithRoom(ChangedImage& image, const std::string& name, u8 partition, const std::function<u16()>& attempt);
 
-/// What an item of @p length needs and what the mounted partition has: "70 bytes needed, 12 free, 30 more by
-/// reorganising".
-std::string RoomFigures(u8 partition, u32 length);
+/// What a change needs and what the mounted partition has: "70 bytes needed, 12 free, 30 more by reorganising".
+std::string RoomFigures(u8 partition, u64 needed);
 
 }  // namespace vok::tool

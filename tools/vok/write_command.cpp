@@ -18,22 +18,43 @@ constexpr u8 kJournalled = 1;
 
 std::string IdText(u16 id) { return id == kNewId ? "a new ID" : fmt::format("ID {}", id); }
 
-/// Why the store refused an item.
-std::string WhyNot(u16 code, const Section& section, u32 length) {
-  if (IsNoRoom(code)) return RoomFigures(section.partition(), length);
+/// A change of one item, for the messages when the store refuses it.
+struct ItemChange {
+  std::string what;
+  Section section;  ///< a copy: making room mounts the sections anew
+  u32 length;       ///< of the item
+  u64 marker;       ///< bytes of the journal record that announces the change
+};
+
+/// What a journal record with @p data bytes after its fixed fields takes.
+u64 MarkerSize(u32 data) { return RecordAndSlotSize(journal::kOffsetWordOffset + CurrentLayout().word_size + data); }
+
+bool Exists(const Section& section, u16 type, u16 id) {
+  u32 length = 0;
+  return id != kNewId && GetItemLength(section.partition(), type, id, &length) == code::kOk;
+}
+
+std::string WhyNot(u16 code, const ItemChange& change) {
+  if (IsNoRoom(code)) return RoomFigures(change.section.partition(), RecordAndSlotSize(change.length) + change.marker);
   if (code == code::kLargeChunk)
-    return fmt::format("{} bytes, the largest item has {}", length, LargestItem(section.entry.block_size));
+    return fmt::format("{} bytes, the largest item has {}", change.length,
+                       LargestItem(change.section.entry.block_size));
   if (code == code::kReadOnly) return "the section is read-only";
   return "the store refuses";
 }
 
-void RequireChanged(u16 code, const std::string& what, const Section& section, u32 length) {
+/// Makes the change, with room for it, and writes the image.
+void Carry(const ItemChange& change, ChangedImage& image, const std::string& output,
+           const std::function<u16()>& attempt) {
+  const u16 code = AttemptWithRoom(image, change.section.name, change.section.partition(), attempt);
   if (code != code::kOk)
-    throw Failure(fmt::format("{} in section {}: {}", what, section.name, WhyNot(code, section, length)), code);
+    throw Failure(fmt::format("{} in section {}: {}", change.what, change.section.name, WhyNot(code, change)), code);
+  image.Save(output);
 }
 
-void PrintNewId(const Options& options, u16 asked, u16 id) {
-  if (!options.json && asked == kNewId) Print(fmt::format("{}\n", id));
+void PrintAnswer(const Options& options, u16 asked, const Section& section, const ItemEntry& item) {
+  if (options.json) return Print(WrittenJson(section, item));
+  if (asked == kNewId) Print(fmt::format("{}\n", item.id));
 }
 
 }  // namespace
@@ -44,15 +65,11 @@ int RunWrite(const Options& options) {
   ChangedImage image(options.image);
   const std::string what = fmt::format("cannot write item type {} {}", options.type, IdText(options.id));
   const Section section = SectionOfType(image.sections(), options.type, what);
+  const u64 marker = Exists(section, options.type, options.id) ? MarkerSize(0) : 0;
   u16 id = options.id;
-  const u16 code = AttemptWithRoom(image, section.name, section.partition(), [&] {
-    return WriteItem(section.partition(), kJournalled, options.type, &id, bytes.data(), length);
-  });
-  RequireChanged(code, what, section, length);
-  image.Save(options.output);
-  PrintNewId(options, options.id, id);
-  if (options.json)
-    Print(WrittenJson(section, {.type = options.type, .id = id, .length = length, .crc32 = Crc32(bytes)}));
+  Carry({.what = what, .section = section, .length = length, .marker = marker}, image, options.output,
+        [&] { return WriteItem(section.partition(), kJournalled, options.type, &id, bytes.data(), length); });
+  PrintAnswer(options, options.id, section, {.type = options.type, .id = id, .length = length, .crc32 = Crc32(bytes)});
   return kDone;
 }
 
@@ -70,14 +87,11 @@ int RunRename(const Options& options) {
   const Bytes bytes = ReadItemBytes(section, options.type, options.id);
   const u32 length = static_cast<u32>(bytes.size());
   u16 id = options.new_id;
-  const u16 code = AttemptWithRoom(image, section.name, section.partition(), [&] {
-    return RenameItem(section.partition(), kJournalled, options.new_type, &id, options.type, options.id);
-  });
-  RequireChanged(code, what, section, length);
-  image.Save(options.output);
-  PrintNewId(options, options.new_id, id);
-  if (options.json)
-    Print(WrittenJson(section, {.type = options.new_type, .id = id, .length = length, .crc32 = Crc32(bytes)}));
+  Carry({.what = what, .section = section, .length = length, .marker = MarkerSize(journal::kRenameDataSize)}, image,
+        options.output,
+        [&] { return RenameItem(section.partition(), kJournalled, options.new_type, &id, options.type, options.id); });
+  PrintAnswer(options, options.new_id, section,
+              {.type = options.new_type, .id = id, .length = length, .crc32 = Crc32(bytes)});
   return kDone;
 }
 
