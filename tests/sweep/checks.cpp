@@ -31,6 +31,7 @@ struct Tally {
 /// Judges the changed items as a whole.
 std::string Conclude(const Scenario& scenario, const Aftermath& aftermath, const Tally& tally, Outcome& outcome) {
   outcome = Outcome::kKnown;
+  if (aftermath.Has(KnownEnd::kTornCancel) && tally.old + tally.fresh == tally.changed) return "";
   if (aftermath.Has(KnownEnd::kPlainGap)) return tally.absent == tally.changed ? "" : "an item without a copy is back";
   if (tally.mixed != aftermath.mixed().size()) return "a damaged item is not what the cut left";
   if (tally.mixed != 0)
@@ -71,14 +72,18 @@ std::string CheckBlockFigures(const BlockRecord& ram, const Block& block, u32 ba
 }  // namespace
 
 std::string CheckItems(const Scenario& scenario, const Aftermath& aftermath, const Partition& flash, Outcome& outcome) {
-  bool twice = false;
+  std::set<ItemName> twice;
   const Items now = ItemsOf(flash, &twice);
-  if (twice) return "an item has two Valid copies";
+  for (ItemName name : twice)
+    if (!aftermath.revived().contains(name)) return Name("two Valid copies:", name);
   Tally tally;
   for (ItemName name : AllNames(scenario, now)) {
     const auto item = Find(now, name), before = Find(scenario.before, name), after = Find(scenario.after, name);
     if (aftermath.IsLost(name)) {
       if (item) return Name("a lost item is back:", name);
+    } else if (aftermath.revived().contains(name)) {
+      if (item != before && item != after && item != Find(aftermath.revived(), name))
+        return Name("an item is neither old nor new:", name);
     } else if (before == after) {
       if (item != before)
         return Name(!before ? "an item that never was:" : item ? "an item changed:" : "an item is gone:", name);
@@ -96,11 +101,21 @@ std::string CheckItems(const Scenario& scenario, const Aftermath& aftermath, con
   return Conclude(scenario, aftermath, tally, outcome);
 }
 
+std::string CheckBystanders(const Scenario& scenario, const Aftermath& aftermath, const Items& items) {
+  for (const auto& [name, bytes] : scenario.before) {
+    if (Find(scenario.after, name) != bytes || aftermath.IsLost(name)) continue;
+    if (Find(items, name) != bytes) return Name("an item changed or is gone:", name);
+  }
+  return "";
+}
+
 std::string CheckReading(const Scenario& scenario, const Aftermath& aftermath, const Items& items) {
   // Slots whose records are erased read as damaged, an empty item too.
   if (aftermath.Has(KnownEnd::kHalfErased)) return "";
   Bytes buffer;
   for (const auto& [name, bytes] : items) {
+    // The store may find the other one of two copies, or one that names no record.
+    if (aftermath.revived().contains(name)) continue;
     u32 length = static_cast<u32>(bytes.size());
     buffer.resize(length + 1);
     if (ReadItem(0, name.type, name.id, buffer.data(), &length, 0) != 0) return Name("the store does not read", name);

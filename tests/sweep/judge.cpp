@@ -11,6 +11,7 @@ namespace {
 constexpr u8 kCheck = 1;
 constexpr u8 kRepair = 2;
 constexpr u16 kInternalError = 108;
+constexpr u16 kMountFailure = 122;
 constexpr u16 kNeedsCreate = 125;
 constexpr u16 kNeedsRepair = 132;
 
@@ -78,11 +79,13 @@ std::string Session::Repair(bool record_repair, Verdict& verdict) {
 std::string Session::CheckUnmounted(u16 code) {
   const Partition flash = rig_.Read();
   const std::string text = "the repair mount gave " + std::to_string(code);
-  bool known = false;
+  const Items items = ItemsOf(flash);
+  bool known = code == kMountFailure && aftermath_.HasRevivedJournal();
   if (code == kInternalError && HasNoRoomToMove(flash)) {
     aftermath_.Set(KnownEnd::kNoRoomToMove);
-    known = ItemsOf(flash) == scenario_.before;
+    known = items == scenario_.before || !aftermath_.revived().empty();
   }
+  known = known && CheckBystanders(scenario_, aftermath_, items).empty();
   known = known || (code == kNeedsCreate && aftermath_.Has(KnownEnd::kNotCreated) && rig_.device().steps() == 0);
   if (!known) return text;
   if (Remount(kRepair) != code || rig_.device().steps() != 0) return text + ", the next one not the same";

@@ -1,6 +1,7 @@
 #include "known_ends.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace vok::sweep {
 
@@ -21,6 +22,12 @@ constexpr std::array<KnownEndText, kKnownEndCount> kTexts = {{
     {"default formatting with two blocks without a whole signature", "the mount answers 125 and changes nothing"},
     {"a format mount, the erase torn so that header and slots of a block stay and record bytes go",
      "the items of these slots are damaged; a format mount was to delete them"},
+    {"version 3: a repair, inside the word that deletes an Allocated slot, of its state bits the upper two cleared and "
+     "the lower two not: 1111 to 0011",
+     "the unfinished copy reads Valid: its item is the new one, stands twice or under two names, or has the half name "
+     "or "
+     "the missing record of the cut slot; with a journal record whose fields were not written, every mount answers "
+     "122"},
 }};
 
 bool HasCopyElsewhere(const Partition& flash, const Block& but, ItemName name) {
@@ -45,6 +52,21 @@ bool IsHalfStep(u16 from, u16 to, u16 state) {
 /// A block with Valid items is formatted for these words alone; a state of one bit a step has none of them.
 bool IsTornState(const Version& version, u16 state) {
   return IsHalfStep(version.active, version.source, state) || IsHalfStep(version.target, version.active, state);
+}
+
+/// What a journal record of a part write announces.
+struct PartWrite {
+  ItemName name;
+  u32 offset;
+  std::span<const u8> bytes;
+};
+
+std::optional<PartWrite> PartWriteOf(const Version& version, std::span<const u8> journal) {
+  constexpr u16 kPartWrite = 1;
+  const auto u16_at = [&](u32 at) { return static_cast<u16>(journal[at] << 8 | journal[at + 1]); };
+  if (journal.size() < 6 + version.word || u16_at(0) != kPartWrite) return std::nullopt;
+  const u32 offset = version.word == 2 ? u16_at(6) : u32{u16_at(6)} << 16 | u16_at(8);
+  return PartWrite{{u16_at(2), u16_at(4)}, offset, journal.subspan(6 + version.word)};
 }
 
 bool HasValidJournal(const Partition& flash) {
@@ -110,6 +132,35 @@ void Aftermath::NoteTornStates(const Partition& flash) {
       Set(KnownEnd::kTornState);
     }
   }
+}
+
+void Aftermath::NoteRepair(const Partition& before, const Partition& flash) {
+  for (std::size_t block = 0; block < before.blocks.size(); ++block) {
+    const std::vector<Slot>& slots = flash.blocks[block].slots;
+    for (std::size_t i = 0; i < std::min(before.blocks[block].slots.size(), slots.size()); ++i) {
+      const bool was_unfinished = before.blocks[block].slots[i].state == SlotState::kAllocated;
+      if (was_unfinished && slots[i].state == SlotState::kValid) NoteRevived(flash, slots[i]);
+    }
+  }
+}
+
+void Aftermath::NoteRevived(const Partition& flash, const Slot& slot) {
+  const auto payload = flash.payload(slot);
+  revived_.insert_or_assign(slot.name(), Bytes(payload.begin(), payload.end()));
+  Set(KnownEnd::kTornCancel);
+  const std::optional<PartWrite> part = slot.IsJournal() ? PartWriteOf(*flash.version, payload) : std::nullopt;
+  if (!part) return;
+  const Items items = ItemsOf(flash);
+  const auto item = items.find(part->name);
+  if (item == items.end() || part->offset + part->bytes.size() > item->second.size()) return;
+  Bytes bytes = item->second;
+  std::copy(part->bytes.begin(), part->bytes.end(), bytes.begin() + part->offset);
+  revived_.insert_or_assign(part->name, std::move(bytes));
+}
+
+bool Aftermath::HasRevivedJournal() const {
+  return std::any_of(revived_.begin(), revived_.end(),
+                     [](const auto& item) { return item.first.type == kJournalType; });
 }
 
 bool HasNoRoomToMove(const Partition& flash) {

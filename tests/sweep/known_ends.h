@@ -18,8 +18,9 @@ enum class KnownEnd : u8 {
   kNoRoomToMove,  ///< the next item of a block under reorganisation fits nowhere any more
   kNotCreated,    ///< two blocks without a signature
   kHalfErased,    ///< a format mount that left the slots of a block and took their records
+  kTornCancel,    ///< half of the step that deletes an unfinished slot: it reads Valid
 };
-inline constexpr u32 kKnownEndCount = 7;
+inline constexpr u32 kKnownEndCount = 8;
 
 /// The rule and its outcome in words, for the page.
 struct KnownEndText {
@@ -33,6 +34,8 @@ class Aftermath {
  public:
   /// Applies the rules to the flash after a cut. @param place  what the cut step was writing
   void Note(const Scenario& scenario, const Partition& flash, Place place);
+  /// Applies the rule that concerns a repair alone. @param before  the flash when the repair began
+  void NoteRepair(const Partition& before, const Partition& flash);
 
   bool Has(KnownEnd end) const { return (ends_ >> static_cast<u32>(end) & 1) != 0; }
   void Set(KnownEnd end) { ends_ |= 1u << static_cast<u32>(end); }
@@ -41,14 +44,20 @@ class Aftermath {
   bool IsLost(ItemName name) const { return lost_.contains(name); }
   /// Items whose bytes are neither old nor new, as the cut left them.
   const Items& mixed() const { return mixed_; }
+  /// What the unfinished slots name that read Valid since a repair was cut; of a part-write journal record also what
+  /// it makes of its item.
+  const Items& revived() const { return revived_; }
+  bool HasRevivedJournal() const;
 
  private:
   void NoteItemsAt(const Scenario& scenario, const Partition& flash, Place place);
   void NoteTornStates(const Partition& flash);
+  void NoteRevived(const Partition& flash, const Slot& slot);
 
   u32 ends_ = 0;
   std::set<ItemName> lost_;
   Items mixed_;
+  Items revived_;
 };
 
 /// What a strict chip makes an exception for in a repair mount of @p flash: a journalled part write is programmed

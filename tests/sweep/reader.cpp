@@ -100,16 +100,15 @@ Partition ReadPartition(const Version& version, std::span<const u8> bytes) {
   return partition;
 }
 
-Items ItemsOf(const Partition& partition, bool* twice) {
+Items ItemsOf(const Partition& partition, std::set<ItemName>* twice) {
   Items items;
-  if (twice != nullptr) *twice = false;
   for (const Block& block : partition.blocks) {
     if (!partition.IsSearched(block)) continue;
     for (const Slot& slot : block.slots) {
       if (!slot.IsItem()) continue;
       const auto payload = partition.payload(slot);
       const bool is_new = items.try_emplace(slot.name(), payload.begin(), payload.end()).second;
-      if (!is_new && twice != nullptr) *twice = true;
+      if (!is_new && twice != nullptr) twice->insert(slot.name());
     }
   }
   return items;

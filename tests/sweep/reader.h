@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <set>
 #include <span>
 
 #include "basics.h"
@@ -83,8 +84,8 @@ struct Partition {
 
 Partition ReadPartition(const Version& version, std::span<const u8> bytes);
 
-/// The Valid items of the searched blocks. @param twice  out: an item has two Valid copies
-Items ItemsOf(const Partition& partition, bool* twice = nullptr);
+/// The Valid items of the searched blocks. @param twice  out: those with two Valid copies
+Items ItemsOf(const Partition& partition, std::set<ItemName>* twice = nullptr);
 
 /// The four figures of the partition's room.
 std::array<u32, 4> RoomOf(const Partition& partition);

@@ -177,6 +177,7 @@ void Sweep::CutRepair(const Scenario& scenario, const Bytes& flash, u32 depth, C
     rig_.Mount(2);
   } catch (const PowerCut&) {
     aftermath.Note(scenario, rig_.Read(), place);
+    aftermath.NoteRepair(ReadPartition(rig_.version(), flash), rig_.Read());
   }
 }
 

@@ -28,21 +28,10 @@ void CountDeadSlot(const PartitionRecord& partition, BlockRecord& block, const S
     block.dead_bytes += static_cast<u32>(RecordAndSlotSize(ItemDataLength(partition, block, header)));
 }
 
-/// The start of the record that the last slot with one names; the block's end when no slot has one.
-FlashAddress TopOfBlock(const PartitionRecord& partition, const BlockRecord& block) {
-  FlashAddress top = BlockEnd(partition, block);
-  for (SlotWalk walk(partition, block); walk.AtSlot(); walk.Advance()) {
-    if (walk.header().word == 0) continue;
-    const ItemRecord record = LocateRecord(partition, block, walk.header().word);
-    if (record.in_block) top = record.payload();
-  }
-  return top;
-}
-
 /// Settles top and next slot after a pass that ended at @p walk, whose last slot was @p last.
 u16 SettleBlock(PartitionRecord& partition, BlockRecord& block, const SlotWalk& walk, u32 last_word, MountMode mode) {
   const ItemRecord last = LocateRecord(partition, block, last_word);
-  block.top = last_word != 0 && last.in_block ? last.payload() : TopOfBlock(partition, block);
+  block.top = last_word != 0 && last.in_block ? last.payload() : LowestRecord(partition, block, walk.slot());
   if (walk.RanOut()) {
     block.next_slot = 0;
     return code::kOk;

@@ -24,15 +24,41 @@ u32 RebuildWord(const PartitionRecord& partition, const BlockRecord& block, Flas
   return AllocatedWord(location);
 }
 
+/// The location word of an Allocated slot that a repair deletes at once: as it stands, unless a cut tore its location.
+/// A torn one may lead into another item's record, which would then pass for the lowest of the block; and a record to
+/// which no location leads may be too long to get a slot of its own behind this one. Such a slot gets the location that
+/// it was to have, provided that its record is there, since the record is always written first.
+u32 SettledWord(const PartitionRecord& partition, const BlockRecord& block, FlashAddress slot, u32 stored) {
+  const Layout& layout = CurrentLayout();
+  const FlashAddress top = LowestRecord(partition, block, slot);
+  const u32 location = LocationOf(block.base, top - layout.word_size);
+  const FlashAddress slot_end = slot + layout.slot_size();
+  const u64 taken = layout.word_size + RecordSize(ReadHeaderWord(top - layout.word_size));
+  const bool is_torn = (stored & layout.location_mask) != location && (location & ~stored) == 0;
+  if (!is_torn || slot_end + taken > top) return stored;
+
+  const bool leads_elsewhere = LocateRecord(partition, block, stored).in_block;
+  const bool needs_this_slot = slot_end + layout.slot_size() + taken > top;
+  return leads_elsewhere || needs_this_slot ? AllocatedWord(location) : stored;
+}
+
+bool IsAllocated(u32 word) { return (word & CurrentLayout().state_mask) == CurrentLayout().state_mask; }
+
 }  // namespace
 
 u16 CancelUnfinishedSlot(PartitionRecord& partition, BlockRecord& block, FlashAddress slot, u32 number) {
   const Layout& layout = CurrentLayout();
-  u32 word = ReadHeaderWord(slot + slot_field::kLocationWord);
-  if ((word & layout.repair_void_mask) != layout.repair_void_bits) {
-    word = RebuildWord(partition, block, slot, number, word);
+  const u32 stored = ReadHeaderWord(slot + slot_field::kLocationWord);
+  u32 word = stored;
+  if ((stored & layout.repair_void_mask) != layout.repair_void_bits) {
+    word = RebuildWord(partition, block, slot, number, stored);
     if (u16 code = ProgramLocationWord(slot, word)) return code;
     if (u16 code = ProgramLocationWord(slot, VoidWord(word))) return code;
+  } else if (IsAllocated(stored)) {
+    // The location comes first: once the state says Deleted, nothing mends it any more.
+    word = SettledWord(partition, block, slot, stored);
+    if (word != stored)
+      if (u16 code = ProgramLocationWord(slot, word)) return code;
   }
   return ProgramLocationWord(slot, DeletedWord(word));
 }

@@ -14,4 +14,14 @@ ItemRecord LocateRecord(const PartitionRecord& partition, const BlockRecord& blo
   return record;
 }
 
+FlashAddress LowestRecord(const PartitionRecord& partition, const BlockRecord& block, FlashAddress slots_end) {
+  FlashAddress top = BlockEnd(partition, block);
+  for (SlotWalk walk(partition, block); walk.AtSlot() && walk.slot() < slots_end; walk.Advance()) {
+    if (walk.header().word == 0) continue;
+    const ItemRecord record = LocateRecord(partition, block, walk.header().word);
+    if (record.in_block) top = record.payload();
+  }
+  return top;
+}
+
 }  // namespace vok

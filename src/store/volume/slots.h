@@ -106,4 +106,7 @@ class SlotWalk {
   bool ran_out_ = false;
 };
 
+/// The start of the record that the last slot before @p slots_end with one names; the block's end when none has one.
+FlashAddress LowestRecord(const PartitionRecord& partition, const BlockRecord& block, FlashAddress slots_end);
+
 }  // namespace vok
