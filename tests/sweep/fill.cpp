@@ -16,13 +16,6 @@ void Expect(u16 code, const char* what) {
 
 }  // namespace
 
-Bytes Noise(u64 seed, u32 length) {
-  Random random(seed);
-  Bytes bytes(length);
-  for (u8& byte : bytes) byte = static_cast<u8>(random.Next());
-  return bytes;
-}
-
 Builder::Builder(Rig& rig) : rig_(rig) {
   rig.Load(Bytes(rig.size(), 0xFF));
   rig.SetUp();

@@ -6,9 +6,6 @@
 
 namespace vok::sweep {
 
-/// Bytes that no other item carries.
-Bytes Noise(u64 seed, u32 length);
-
 /// Writes a partition's base image, item by item, and remembers what it must hold. A call that the store refuses is an
 /// error of the sweep and throws std::logic_error.
 class Builder {

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <exception>
 
+#include "base_image.h"
 #include "page.h"
 #include "sweep.h"
 
@@ -57,13 +58,35 @@ bool Parse(int count, char** values, Arguments& arguments) {
          (!arguments.fast && arguments.seconds == 0 && arguments.share.shards == 1 && arguments.share.stride == 1);
 }
 
-/// The part that every test run makes: long bulk programs torn at 64 places, two of the second cuts.
-Plan FastPlan(u64 seed) { return {.first_seed = seed, .bulk_tears = 64, .second_cuts = 2, .chains = 16}; }
+constexpr u32 kSmallestGeometry = 2;
+constexpr u64 kMostReports = 50;
 
+/// The part that every test run makes: long bulk programs torn at 64 places, two of the second cuts.
+constexpr Plan kFastPlan = {.bulk_tears = 64, .second_cuts = 2, .chains = 16};
 /// Every first cut of the same base images; then, on others, every step of every repair.
-Plan FirstCutPlan(u64 seed) { return {.first_seed = seed}; }
-Plan PairPlan(u64 seed) {
-  return {.first_seed = seed + 1, .bulk_tears = 16, .second_cuts = kEveryStep, .second_tears = 2, .chains = 256};
+constexpr Plan kFirstCutPlan = {};
+constexpr Plan kPairPlan = {.bulk_tears = 16, .second_cuts = kEveryStep, .second_tears = 2, .chains = 256};
+
+/// Prints the faults up to a number at which more of them tell nothing new.
+void PrintFault(const std::string& line) {
+  static u64 count = 0;
+  if (++count <= kMostReports) std::printf("FAULT %s\n", line.c_str());
+}
+
+/// Every operation on every base image of one seed.
+Tally RunAll(Rig& rig, Sweep& sweep, const Plan& plan, u64 seed) {
+  for (u32 version = 1; version <= 3; ++version) {
+    for (const Operation& operation : Operations()) {
+      for (Fill fill : kFills) {
+        if (sweep.IsOver() || !TakesFill(operation, fill)) continue;
+        const Scenario scenario = MakeScenario(rig, {version, &operation, fill, seed});
+        Plan its_plan = plan;
+        if (scenario.geometry.blocks != kSmallestGeometry) its_plan.second_cuts = 0;
+        sweep.Run(scenario, its_plan);
+      }
+    }
+  }
+  return sweep.TakeTally();
 }
 
 void Print(const char* what, const Tally& tally) {
@@ -78,13 +101,13 @@ int RunSweep(Arguments& arguments) {
   if (arguments.seconds != 0) arguments.share.deadline = steady_clock::now() + std::chrono::seconds(arguments.seconds);
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   Rig rig;
-  Sweep sweep(rig, arguments.share);
-  const Tally fast = sweep.Run(FastPlan(arguments.seed));
+  Sweep sweep(rig, arguments.share, PrintFault);
+  const Tally fast = RunAll(rig, sweep, kFastPlan, arguments.seed);
   Print("fast part", fast);
   if (arguments.fast) return fast.faults == 0 ? 0 : 1;
 
-  Tally whole = sweep.Run(FirstCutPlan(arguments.seed));
-  whole.Add(sweep.Run(PairPlan(arguments.seed)));
+  Tally whole = RunAll(rig, sweep, kFirstCutPlan, arguments.seed);
+  whole.Add(RunAll(rig, sweep, kPairPlan, arguments.seed + 1));
   Print("whole sweep", whole);
   for (u32 end = 0; end < kKnownEndCount; ++end)
     std::printf("  %llu + %llu + %llu: %s\n", static_cast<unsigned long long>(whole.ends[0][end]),
@@ -97,10 +120,13 @@ int RunSweep(Arguments& arguments) {
   return fast.faults + whole.faults == 0 ? 0 : 1;
 }
 
-int RunOne(const std::string& id) {
+int RunOne(const std::string& text) {
+  const auto tell = [](const std::string& line) { std::printf("  %s\n", line.c_str()); };
   Rig rig;
-  const int result = Sweep(rig, {}).RunOnly(id);
-  if (result == 2) std::fprintf(stderr, "vok_sweep: no such case: %s\n", id.c_str());
+  int result = 2;
+  if (const std::optional<CaseId> id = ParseCaseId(text))
+    result = Sweep(rig, {}, tell).RunOne(MakeScenario(rig, id->recipe), id->cuts, tell);
+  if (result == 2) std::fprintf(stderr, "vok_sweep: no such case: %s\n", text.c_str());
   return result;
 }
 

@@ -45,4 +45,12 @@ class Random {
 /// One seed out of several numbers.
 inline u64 Mix(u64 a, u64 b) { return Random(a * 0x9FB21C651E98DF25u ^ b).Next(); }
 
+/// Bytes that no other item carries.
+inline Bytes Noise(u64 seed, u32 length) {
+  Random random(seed);
+  Bytes bytes(length);
+  for (u8& byte : bytes) byte = static_cast<u8>(random.Next());
+  return bytes;
+}
+
 }  // namespace vok::sweep

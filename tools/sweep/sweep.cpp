@@ -1,17 +1,14 @@
 #include "sweep.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace vok::sweep {
 
 namespace {
 
 constexpr u32 kLongBulk = 64;
-constexpr u32 kSmallestGeometry = 2;
 constexpr u32 kShortestChain = 3;
 constexpr u32 kLongestChain = 6;
-constexpr u64 kMostReports = 50;
 
 /// The tears of a step that are tried, from 0 on: all, or @p most of those of a long bulk program, evenly spread.
 std::vector<u32> TearsOf(const TraceStep& step, u32 most) {
@@ -47,30 +44,14 @@ bool Sweep::IsMine() {
   return number % share_.shards == share_.shard && number / share_.shards % share_.stride == 0 && !IsOver();
 }
 
-Tally Sweep::Run(const Plan& plan) {
+void Sweep::Run(const Scenario& scenario, const Plan& plan) {
   plan_ = plan;
-  tally_ = {};
-  for (u64 seed = plan.first_seed; seed < plan.first_seed + plan.seeds; ++seed) {
-    for (u32 version = 1; version <= 3; ++version) {
-      for (const Operation& operation : Operations()) {
-        for (Fill fill : kFills) {
-          if (IsOver()) return tally_;
-          if (operation.empty_only && fill != Fill::kEmpty) continue;
-          RunScenario(MakeScenario(rig_, version, operation, fill, seed));
-        }
-      }
-    }
-  }
-  return tally_;
-}
-
-void Sweep::RunScenario(const Scenario& scenario) {
   std::vector<CutPoint> cuts = CutsOf(scenario.trace, plan_.bulk_tears);
   cuts.push_back({static_cast<u32>(scenario.trace.size()), 0});
   for (CutPoint cut : cuts)
     if (IsMine()) RunFirstCut(scenario, cut);
   for (u32 chain = 0; chain < plan_.chains; ++chain)
-    if (IsMine()) RunChain(scenario, Mix(scenario.seed, chain));
+    if (IsMine()) RunChain(scenario, Mix(scenario.inputs.seed, chain));
 }
 
 void Sweep::RunFirstCut(const Scenario& scenario, CutPoint cut) {
@@ -78,7 +59,7 @@ void Sweep::RunFirstCut(const Scenario& scenario, CutPoint cut) {
   const std::string fault = CutOperation(scenario, cut, aftermath);
   const Bytes flash = rig_.device().bytes();
   const Aftermath first = aftermath;
-  const bool goes_on = plan_.second_cuts != 0 && scenario.geometry.blocks == kSmallestGeometry;
+  const bool goes_on = plan_.second_cuts != 0;
   Verdict verdict = Judge(rig_, scenario, aftermath, goes_on);
   if (!fault.empty()) verdict.fault = fault;
   Count(0, scenario, {cut}, PlaceOfCut(scenario.trace, cut), verdict, aftermath);
@@ -103,7 +84,7 @@ std::vector<CutPoint> Sweep::SecondCuts(const Trace& repair, u64 seed) const {
 
 void Sweep::RunSecondCuts(const Scenario& scenario, CutPoint first, const Bytes& flash, const Aftermath& aftermath,
                           const Trace& repair) {
-  for (CutPoint cut : SecondCuts(repair, Mix(scenario.seed, u64{first.step} << 32 | first.tear))) {
+  for (CutPoint cut : SecondCuts(repair, Mix(scenario.inputs.seed, u64{first.step} << 32 | first.tear))) {
     Aftermath second = aftermath;
     const Place place = repair[cut.step].place;
     CutRepair(scenario, flash, 1, cut, place, second);
@@ -141,7 +122,7 @@ std::string Sweep::CutOperation(const Scenario& scenario, CutPoint cut, Aftermat
   Prepare(rig_, scenario);
   Witness witness(rig_.version(), rig_.device());
   AllowInOperation(scenario, witness);
-  rig_.device().Begin(cut, scenario.seed, &witness);
+  rig_.device().Begin(cut, scenario.inputs.seed, &witness);
   bool was_cut = false;
   try {
     scenario.operation->run(rig_, scenario.inputs);
@@ -172,7 +153,7 @@ void Sweep::CutRepair(const Scenario& scenario, const Bytes& flash, u32 depth, C
                       Aftermath& aftermath) {
   rig_.Load(flash);
   rig_.SetUp();
-  rig_.device().Begin(cut, Mix(scenario.seed, depth), nullptr);
+  rig_.device().Begin(cut, Mix(scenario.inputs.seed, depth), nullptr);
   try {
     rig_.Mount(2);
   } catch (const PowerCut&) {
@@ -186,8 +167,7 @@ void Sweep::Count(u32 depth, const Scenario& scenario, const Cuts& cuts, Place p
   // The images of the cuts before the last are counted where these are the last.
   tally_.images += depth == 2 ? cuts.size() : 1;
   tally_.Add(depth, IndexOf(*scenario.operation), place, verdict, aftermath);
-  if (verdict.fault.empty() || tally_.faults > kMostReports) return;
-  std::printf("FAULT %s (%s): %s\n", IdOf(scenario, cuts).c_str(), TextOf(place), verdict.fault.c_str());
+  if (!verdict.fault.empty()) report_(IdOf(scenario, cuts) + " (" + TextOf(place) + "): " + verdict.fault);
 }
 
 }  // namespace vok::sweep

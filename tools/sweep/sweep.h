@@ -1,27 +1,26 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <optional>
+#include <utility>
 
-#include "case_id.h"
 #include "tally.h"
 
-/// The walk through all cases.
+/// The walk through the cases of a scenario.
 
 namespace vok::sweep {
 
 /// How much of everything is tried.
 struct Plan {
-  u64 first_seed = 1;
-  u32 seeds = 1;         ///< base images and inputs are made from as many seeds
   u32 bulk_tears = 0;    ///< places at which a long bulk program is torn; 0 = after every byte
-  u32 second_cuts = 0;   ///< second cuts for each first cut on the smallest geometry, or kEveryStep
+  u32 second_cuts = 0;   ///< second cuts for each first cut, or kEveryStep
   u32 second_tears = 0;  ///< with kEveryStep: seeded tears of each step, besides the cut before it
-  u32 chains = 0;        ///< chains of 3 to 6 cuts for each scenario
+  u32 chains = 0;        ///< chains of 3 to 6 cuts
 };
 inline constexpr u32 kEveryStep = 0xFFFFFFFF;
 
-/// Which part of a plan this process works on: each case whose number leaves @p shard.
+/// Which part of the cases this process works on: each case whose number leaves @p shard.
 struct Share {
   u32 shard = 0;
   u32 shards = 1;
@@ -31,19 +30,26 @@ struct Share {
 
 class Sweep {
  public:
-  Sweep(Rig& rig, const Share& share) : rig_(rig), share_(share) {}
+  /// Gets each fault as a line that names the case.
+  using Report = std::function<void(const std::string& line)>;
 
-  /// Tries every case of a plan and prints each fault with the ID that reproduces it. @return what came of them
-  Tally Run(const Plan& plan);
+  Sweep(Rig& rig, Share share, Report report) : rig_(rig), share_(share), report_(std::move(report)) {}
 
-  /// Tries the one case that @p id names and prints what comes of it.
+  /// Tries every case of @p scenario that the plan and the share leave; the rig is configured for its geometry.
+  void Run(const Scenario& scenario, const Plan& plan);
+
+  /// Tries the one case of these cuts. @param tell  gets each cut and what comes of it
   /// @return 0; 1 a fault; 2 no such case
-  int RunOnly(const std::string& id);
+  int RunOne(const Scenario& scenario, const std::vector<CutPoint>& cuts, const Report& tell);
+
+  bool IsOver() const;
+
+  /// What came of the cases so far; begins anew.
+  Tally TakeTally() { return std::exchange(tally_, {}); }
 
  private:
   using Cuts = std::vector<CutPoint>;
 
-  void RunScenario(const Scenario& scenario);
   void RunFirstCut(const Scenario& scenario, CutPoint cut);
   void RunSecondCuts(const Scenario& scenario, CutPoint first, const Bytes& flash, const Aftermath& aftermath,
                      const Trace& repair);
@@ -56,12 +62,12 @@ class Sweep {
                  Aftermath& aftermath);
 
   bool IsMine();
-  bool IsOver() const;
   void Count(u32 depth, const Scenario& scenario, const Cuts& cuts, Place place, const Verdict& verdict,
              const Aftermath& aftermath);
 
   Rig& rig_;
   Share share_;
+  Report report_;
   Plan plan_;
   Tally tally_;
   u64 case_number_ = 0;
