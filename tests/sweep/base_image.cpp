@@ -79,7 +79,7 @@ struct Preparation {
   u16 blocks;
   void (*run)(Builder&, const Inputs&, Fill, u32 left);
 };
-constexpr std::array<Preparation, 23> kPreparations = {{{"new", 2, PrepareNew},
+constexpr std::array<Preparation, 23> kPreparations = {{{"write", 2, PrepareNew},
                                                         {"rewrite", 2, PrepareItem},
                                                         {"replace", 2, PrepareItem},
                                                         {"replace-plain", 2, PrepareItem},
@@ -181,7 +181,8 @@ Scenario MakeScenario(Rig& rig, const Recipe& recipe) {
                     .inputs = inputs,
                     .base = rig.device().bytes(),
                     .before = builder.items()};
-  Complete(rig, scenario);
+  const std::string trouble = Complete(rig, scenario);
+  if (!trouble.empty()) throw std::logic_error(scenario.id + " uncut: " + trouble);
   return scenario;
 }
 

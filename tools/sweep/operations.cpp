@@ -24,6 +24,7 @@ u16 Rename(u8 mode, const Inputs& in) {
   u16 id = in.fresh.id;
   return RenameItem(0, mode, in.fresh.type, &id, in.changed.type, in.changed.id);
 }
+u16 Reorganise(Rig&, const Inputs& in) { return ReorganiseBlock(0, in.block, 0); }
 u16 NewItem(Rig&, const Inputs& in) { return Write(kJournalled, in.fresh, in.small); }
 
 void PutPart(Items& items, const Inputs& in, const Bytes& part, u32 offset) {
@@ -118,7 +119,7 @@ const std::vector<Operation>& Operations() {
   using enum Order;
   using enum Start;
   static const std::vector<Operation> operations = {
-      {"new", "new item", kJoint, false, kMounted, NewItem, AddNew},
+      {"write", "new item", kJoint, false, kMounted, NewItem, AddNew},
       {"rewrite", "same-length rewrite", kJoint, true, kMounted,
        [](Rig&, I in) { return Write(kJournalled, in.changed, in.same_length); },
        [](Items& items, I in) { items[in.changed] = in.same_length; }},
@@ -145,10 +146,8 @@ const std::vector<Operation>& Operations() {
        [](Rig&, I in) { return DeleteItem(0, in.changed.type, in.changed.id); }, DeleteChanged},
       {"delete-ids", "range delete of IDs", kEach, false, kMounted, DeleteIds, DropIds},
       {"delete-types", "range delete of types", kEach, false, kMounted, DeleteTypes, DropTypes},
-      {"reorganise", "reorganise, no room elsewhere", kJoint, false, kMounted,
-       [](Rig&, I in) { return ReorganiseBlock(0, in.block, 0); }, Keep},
-      {"reorganise-elsewhere", "reorganise, room elsewhere", kJoint, false, kMounted,
-       [](Rig&, I in) { return ReorganiseBlock(0, in.block, 0); }, Keep},
+      {"reorganise", "reorganise, no room elsewhere", kJoint, false, kMounted, Reorganise, Keep},
+      {"reorganise-elsewhere", "reorganise, room elsewhere", kJoint, false, kMounted, Reorganise, Keep},
       {"erase", "erase of a Retired block", kJoint, false, kRetired, EraseRetired, Keep},
       {"open", "opening a Free block", kJoint, false, kMounted, NewItem, AddNew},
       {"format", "format mount", kEach, false, kSetUp, [](Rig& rig, I) { return rig.Mount(0); }, Clear},

@@ -1,7 +1,5 @@
 #include "scenario.h"
 
-#include <stdexcept>
-
 namespace vok::sweep {
 
 namespace {
@@ -39,7 +37,7 @@ void Prepare(Rig& rig, const Scenario& scenario) {
   if (scenario.operation->start == Start::kRetired) ReorganiseBlock(0, scenario.inputs.block, 0);
 }
 
-void Complete(Rig& rig, Scenario& scenario) {
+std::string Complete(Rig& rig, Scenario& scenario) {
   scenario.in_place = PayloadOf(ReadPartition(rig.version(), scenario.base), scenario.inputs.changed);
   Prepare(rig, scenario);
   Witness witness(rig.version(), rig.device());
@@ -50,8 +48,7 @@ void Complete(Rig& rig, Scenario& scenario) {
   scenario.trace = witness.trace();
   scenario.after = scenario.before;
   scenario.operation->apply(scenario.after, scenario.inputs);
-  const std::string trouble = Trouble(code, witness, ItemsOf(rig.Read()), scenario);
-  if (!trouble.empty()) throw std::logic_error(scenario.id + " uncut: " + trouble);
+  return Trouble(code, witness, ItemsOf(rig.Read()), scenario);
 }
 
 std::string IdOf(const Scenario& scenario, const std::vector<CutPoint>& cuts) {

@@ -20,8 +20,8 @@ struct Scenario {
 };
 
 /// Runs the operation once, uncut. The rig is configured for the scenario's geometry.
-/// @throws std::logic_error when the operation does not do what it is there for
-void Complete(Rig& rig, Scenario& scenario);
+/// @return why the operation does not do what it is there for; empty = it does
+std::string Complete(Rig& rig, Scenario& scenario);
 
 /// What a strict chip makes an exception for while the operation runs.
 void AllowInOperation(const Scenario& scenario, Witness& witness);

@@ -8,6 +8,7 @@
 #include "commands.h"
 #include "number.h"
 #include "placed_file.h"
+#include "torture.h"
 
 namespace vok::tool {
 
@@ -23,6 +24,7 @@ constexpr Range kId = {0, kNewId - 1};
 constexpr Range kItemType = {1, 65533};
 constexpr Range kAddress = {0, 0xFFFFFFFFFFFFFFFF};
 constexpr Range kStoreVersion = {1, 3};
+constexpr Range kSeconds = {0, 1000000};
 
 constexpr const char* kImageGroup = "Image";
 
@@ -243,6 +245,32 @@ void AddViewCommands(Parser& parser) {
   AddOutput(parser, history, "write the bytes of the copy to FILE (- = standard output)")->needs(copy);
 }
 
+void AddTorture(Parser& parser) {
+  Options& options = parser.options;
+  CLI::App& torture = AddCommand(parser, "torture", RunTorture, "cut the power in a copy of a section, everywhere");
+  std::vector<std::string> names = {kAllOperations};
+  for (const sweep::Operation* const operation : TortureOperations()) names.emplace_back(operation->name);
+  torture.add_option("IMAGE", options.image.dump, "flash dump, as with --image")
+      ->type_name("")
+      ->excludes(parser.app.get_option("--image"))
+      ->excludes(parser.app.get_option("--psdt"));
+  torture.add_option("--operation", options.operations, "what is cut, or all (default: write); may be repeated")
+      ->type_name("NAME")
+      ->allow_extra_args(false)
+      ->check(CLI::IsMember(names));
+  torture.add_option("--section", options.section, "in this section (default: the item's, or the first)");
+  const auto store = [&options](const std::vector<std::string>& words) {
+    options.item = NamedItem{static_cast<u16>(NumberOf("--item", words.at(0), kTypeOrId)),
+                             static_cast<u16>(NumberOf("--item", words.at(1), kId))};
+    return true;
+  };
+  torture.add_option_function<std::vector<std::string>>("--item", store, "change this item (default: a short one)")
+      ->expected(2)
+      ->type_name("TYPE ID");
+  AddNumber(torture, "--seconds", options.seconds, kSeconds, "for each operation (default 60; 0 = to the end)");
+  AddJson(parser, torture);
+}
+
 void RequireOneImage(const Parser& parser) {
   const ImageArguments& image = parser.options.image;
   if (!image.IsDump() && image.psdt.path.empty())
@@ -284,6 +312,7 @@ Invocation ParseCommandLine(int argc, const char* const* argv) {
   AddChangeCommands(parser);
   AddWholeImageCommands(parser);
   AddViewCommands(parser);
+  AddTorture(parser);
   try {
     parser.app.parse(argc, argv);
     RequireCommandAndImage(parser);

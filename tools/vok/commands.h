@@ -31,4 +31,7 @@ int RunExplain(const Options& options);
 /// @return kFailed when no copy of the item lies in flash
 int RunHistory(const Options& options);
 
+/// Cuts the power on a copy of a section. @return kFailed when a case comes out as none may
+int RunTorture(const Options& options);
+
 }  // namespace vok::tool

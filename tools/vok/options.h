@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "flash/types.h"
 
@@ -41,6 +42,12 @@ struct NumberRange {
   bool Holds(u16 number) const { return number >= first && number <= last; }
 };
 
+/// An item that a command is about.
+struct NamedItem {
+  u16 type;
+  u16 id;
+};
+
 struct Options {
   ImageArguments image;
   bool json = false;
@@ -66,7 +73,10 @@ struct Options {
   std::string svg;   ///< file for the map as a picture; empty = none
   std::string html;  ///< file for the map as a page; empty = none
   u64 address = 0;
-  std::optional<u64> copy;  ///< which copy of an item's history
+  std::optional<u64> copy;                          ///< which copy of an item's history
+  std::vector<std::string> operations = {"write"};  ///< to cut the power in
+  std::optional<NamedItem> item;                    ///< that these operations change
+  u32 seconds = 60;                                 ///< for each of them; 0 = as long as it takes
 };
 
 /// A command: does its job and gives the exit status. @throws Failure
