@@ -1,10 +1,12 @@
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
+#include <thread>
 
 #include "base_image.h"
 #include "page.h"
+#include "processes.h"
 #include "sweep.h"
 
 namespace vok::sweep {
@@ -12,35 +14,29 @@ namespace vok::sweep {
 namespace {
 
 constexpr const char* kUsage =
-    "Usage: vok_sweep [--fast | --seconds N | --markdown FILE] [--only CASE] [--seed S] [--shard I/N] [--stride K]\n\n"
+    "Usage: vok_sweep [--fast | --seconds N | --markdown FILE] [--only CASE] [--seed S] [--jobs N] [--stride K]\n\n"
     "Cuts the power at every step of every operation that changes the flash, inside the steps and again in the\n"
-    "repair, and checks what is left. Without --fast everything is tried, or as much as N seconds allow.\n";
+    "repair, and checks what is left. Without --fast everything is tried, or as much as N seconds allow. N jobs\n"
+    "share the cases, by default one for each processor; --stride takes one case in K of them.\n";
 
 struct Arguments {
   bool fast = false;
   u32 seconds = 0;
   u64 seed = 1;
-  Share share;
+  u32 jobs = std::max(1u, std::thread::hardware_concurrency());
+  u32 stride = 1;
   std::string only;
   std::string markdown;
 };
-
-bool ParseShard(const char* text, Share& share) {
-  char* end = nullptr;
-  share.shard = static_cast<u32>(std::strtoul(text, &end, 10));
-  if (*end != '/') return false;
-  share.shards = static_cast<u32>(std::strtoul(end + 1, &end, 10));
-  return *end == 0 && share.shard < share.shards;
-}
 
 bool ParseOption(const std::string& option, const char* value, Arguments& arguments) {
   const auto number = static_cast<u32>(std::strtoul(value, nullptr, 10));
   if (option == "--only") return !(arguments.only = value).empty();
   if (option == "--markdown") return !(arguments.markdown = value).empty();
-  if (option == "--shard") return ParseShard(value, arguments.share);
+  if (option == "--jobs") return (arguments.jobs = number) != 0;
   if (option == "--seconds") return (arguments.seconds = number) != 0;
   if (option == "--seed") return (arguments.seed = number) != 0;
-  if (option == "--stride") return (arguments.share.stride = number) != 0;
+  if (option == "--stride") return (arguments.stride = number) != 0;
   return false;
 }
 
@@ -54,8 +50,7 @@ bool Parse(int count, char** values, Arguments& arguments) {
     }
   }
   // A page of a sweep that was stopped, or of one part of it, would hold counts that do not come out again.
-  return arguments.markdown.empty() ||
-         (!arguments.fast && arguments.seconds == 0 && arguments.share.shards == 1 && arguments.share.stride == 1);
+  return arguments.markdown.empty() || (!arguments.fast && arguments.seconds == 0 && arguments.stride == 1);
 }
 
 constexpr u32 kSmallestGeometry = 2;
@@ -73,8 +68,10 @@ void PrintFault(const std::string& line) {
   if (++count <= kMostReports) std::printf("FAULT %s\n", line.c_str());
 }
 
-/// Every operation on every base image of one seed.
-Tally RunAll(Rig& rig, Sweep& sweep, const Plan& plan, u64 seed) {
+/// Every operation on every base image of one seed, as far as the share goes.
+Tally RunShare(const Share& share, const Plan& plan, u64 seed) {
+  Rig rig;
+  Sweep sweep(rig, share, PrintFault);
   for (u32 version = 1; version <= 3; ++version) {
     for (const Operation& operation : Operations()) {
       for (Fill fill : kFills) {
@@ -89,6 +86,15 @@ Tally RunAll(Rig& rig, Sweep& sweep, const Plan& plan, u64 seed) {
   return sweep.TakeTally();
 }
 
+using Deadline = std::optional<std::chrono::steady_clock::time_point>;
+
+Tally RunAll(const Arguments& arguments, Deadline deadline, const Plan& plan, u64 seed) {
+  return InProcesses(arguments.jobs, [&](u32 number) {
+    return RunShare({.shard = number, .shards = arguments.jobs, .stride = arguments.stride, .deadline = deadline}, plan,
+                    seed);
+  });
+}
+
 void Print(const char* what, const Tally& tally) {
   std::printf("%s: %llu cut images: %llu after one cut, %llu pairs of cuts, %llu chains of 3 to 6; %llu faults\n", what,
               static_cast<unsigned long long>(tally.images), static_cast<unsigned long long>(tally.CasesAt(0)),
@@ -96,18 +102,17 @@ void Print(const char* what, const Tally& tally) {
               static_cast<unsigned long long>(tally.faults));
 }
 
-int RunSweep(Arguments& arguments) {
+int RunSweep(const Arguments& arguments) {
   using std::chrono::steady_clock;
-  if (arguments.seconds != 0) arguments.share.deadline = steady_clock::now() + std::chrono::seconds(arguments.seconds);
+  Deadline deadline;
+  if (arguments.seconds != 0) deadline = steady_clock::now() + std::chrono::seconds(arguments.seconds);
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
-  Rig rig;
-  Sweep sweep(rig, arguments.share, PrintFault);
-  const Tally fast = RunAll(rig, sweep, kFastPlan, arguments.seed);
+  const Tally fast = RunAll(arguments, deadline, kFastPlan, arguments.seed);
   Print("fast part", fast);
   if (arguments.fast) return fast.faults == 0 ? 0 : 1;
 
-  Tally whole = RunAll(rig, sweep, kFirstCutPlan, arguments.seed);
-  whole.Add(RunAll(rig, sweep, kPairPlan, arguments.seed + 1));
+  Tally whole = RunAll(arguments, deadline, kFirstCutPlan, arguments.seed);
+  whole.Add(RunAll(arguments, deadline, kPairPlan, arguments.seed + 1));
   Print("whole sweep", whole);
   for (u32 end = 0; end < kKnownEndCount; ++end)
     std::printf("  %llu + %llu + %llu: %s\n", static_cast<unsigned long long>(whole.ends[0][end]),
