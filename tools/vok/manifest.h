@@ -22,7 +22,6 @@ struct PackedItem {
 struct PackedSection {
   std::string name;
   u8 partition;
-  u32 block_size;
   std::vector<PackedItem> items;  ///< in the manifest's order
 };
 

@@ -126,8 +126,7 @@ const Section& SectionNamed(const JsonValue& name, const SectionList& sections) 
 
 PackedSection ReadManifestSection(const std::string& directory, const JsonValue& json, const Section& section) {
   RequireSection(json, section);
-  PackedSection packed{
-      .name = section.name, .partition = section.partition(), .block_size = section.entry.block_size, .items = {}};
+  PackedSection packed{.name = section.name, .partition = section.partition(), .items = {}};
   std::set<std::pair<u16, u16>> names;
   for (const JsonValue& element : json.Field("items").Elements()) {
     packed.items.push_back(ReadItem(directory, element, section));

@@ -1,8 +1,7 @@
 #include "block_words.h"
 
-#include <fmt/core.h>
-
 #include <array>
+#include <cstdio>
 
 namespace vok::tool {
 
@@ -22,7 +21,9 @@ std::string NameOfBlockState(u16 state) {
                                        {states.erasing, "Erasing"}}};
   for (const Named& named : names)
     if (named.state == state) return named.name;
-  return fmt::format("0x{:04X}", state);
+  std::array<char, sizeof "0xFFFF"> number{};
+  std::snprintf(number.data(), number.size(), "0x%04X", state);
+  return number.data();
 }
 
 bool IsFormattedByRepair(u16 state) {

@@ -3,7 +3,6 @@
 #include <string>
 #include <vector>
 
-#include "sections.h"
 #include "store/volume/slots.h"
 
 /// One block as it lies in flash, before any repair: what the mount scan would read, without what it would change.
