@@ -7,6 +7,8 @@ namespace vok {
 
 namespace {
 
+u32 FixedSize() { return journal::kOffsetWordOffset + CurrentLayout().word_size; }
+
 u16 NextJournalId() {
   StoreLock lock;
   u16& sequence = store_root->journal_sequence;
@@ -28,13 +30,24 @@ u16 ProgramFields(const JournalTemplate& entry, FlashAddress start) {
 
 u16 WriteJournalRecord(PartitionRecord& partition, const JournalTemplate& entry, const u8* data, u32 length,
                        NewRecord& record) {
-  const u32 fixed_size = journal::kOffsetWordOffset + CurrentLayout().word_size;
   const u16 id = NextJournalId();
-  if (u16 code = AllocateItemRecord(partition, kJournalType, id, nullptr, fixed_size + length, record)) return code;
+  if (u16 code = AllocateItemRecord(partition, kJournalType, id, nullptr, FixedSize() + length, record)) return code;
   if (u16 code = ProgramFields(entry, record.payload)) return code;
   if (length != 0)
-    if (u16 code = FlashProgramBuffer(record.payload + fixed_size, data, length)) return code;
+    if (u16 code = FlashProgramBuffer(record.payload + FixedSize(), data, length)) return code;
   return CommitSlot(record.slot, record.header.word);
+}
+
+bool ReadJournalEntry(const ItemRecord& record, JournalEntry& entry) {
+  if (!record.sound || record.length < FixedSize()) return false;
+  const FlashAddress start = record.payload();
+  entry = {.kind = ReadFlashWord16(start + journal::kKindOffset),
+           .type = ReadFlashWord16(start + journal::kTypeOffset),
+           .id = ReadFlashWord16(start + journal::kIdOffset),
+           .offset = ReadHeaderWord(start + journal::kOffsetWordOffset),
+           .data = start + FixedSize(),
+           .data_length = record.length - FixedSize()};
+  return entry.kind != journal::kRename || entry.data_length >= journal::kRenameDataSize;
 }
 
 }  // namespace vok

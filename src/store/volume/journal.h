@@ -24,4 +24,15 @@ struct JournalTemplate {
 u16 WriteJournalRecord(PartitionRecord& partition, const JournalTemplate& entry, const u8* data, u32 length,
                        NewRecord& record);
 
+/// A journal record as it lies in flash.
+struct JournalEntry {
+  u16 kind, type, id;
+  u32 offset;         ///< offset word
+  FlashAddress data;  ///< what follows the fixed fields
+  u32 data_length;
+};
+
+/// @return whether the record is whole: sound, and long enough for its fields and kind
+bool ReadJournalEntry(const ItemRecord& record, JournalEntry& entry);
+
 }  // namespace vok

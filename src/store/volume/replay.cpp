@@ -1,6 +1,7 @@
 #include "flash/codes.h"
 #include "flash/hooks.h"
 #include "store/read/search.h"
+#include "store/volume/journal.h"
 #include "store/volume/scan.h"
 #include "store/volume/slots.h"
 #include "store/write/retire.h"
@@ -8,29 +9,6 @@
 namespace vok {
 
 namespace {
-
-/// A journal record as it lies in flash.
-struct JournalEntry {
-  u16 kind, type, id;
-  u32 offset;         ///< offset word
-  FlashAddress data;  ///< what follows the fixed fields
-  u32 data_length;
-};
-
-u32 FixedSize() { return journal::kOffsetWordOffset + CurrentLayout().word_size; }
-
-/// @return whether the record is whole: sound, and long enough for its fields and kind
-bool ReadJournalEntry(const ItemRecord& record, JournalEntry& entry) {
-  if (!record.sound || record.length < FixedSize()) return false;
-  const FlashAddress start = record.payload();
-  entry = {.kind = ReadFlashWord16(start + journal::kKindOffset),
-           .type = ReadFlashWord16(start + journal::kTypeOffset),
-           .id = ReadFlashWord16(start + journal::kIdOffset),
-           .offset = ReadHeaderWord(start + journal::kOffsetWordOffset),
-           .data = start + FixedSize(),
-           .data_length = record.length - FixedSize()};
-  return entry.kind != journal::kRename || entry.data_length >= journal::kRenameDataSize;
-}
 
 SearchResult Search(PartitionRecord& partition, u16 type, u16 id, SearchStart start = SearchStart::Scan()) {
   return FindItem(partition, type, id, Caching::kOff, start);
