@@ -75,7 +75,7 @@ bool BlockView::IsToBeFormatted() const { return !has_signature || IsFormattedBy
 
 u32 BlockView::LargestItemNow() const { return IsToBeFormatted() ? 0 : LargestPayload(UsableSpace(figures)); }
 
-BlockView ViewBlock(const PartitionRecord& partition, u16 index) {
+BlockView ViewBlock(const PartitionRecord& partition, u16 index, UnsignedSlots unsigned_slots) {
   BlockView view{.index = index,
                  .size = partition.block_size,
                  .has_signature = HasSignature(partition.block_table[index].base),
@@ -88,7 +88,7 @@ BlockView ViewBlock(const PartitionRecord& partition, u16 index) {
   ResetBlockRecord(partition, view.figures);
   view.format_version = ReadFlashWord32(view.figures.base + block_header::kFormatVersionOffset);
   view.slots_end = FirstSlot(view.figures);
-  if (view.has_signature) {
+  if (view.has_signature || unsigned_slots == UnsignedSlots::kRead) {
     SlotWalk walk(partition, view.figures);
     for (u32 number = 0; walk.AtSlot(); walk.Advance(), ++number)
       view.slots.push_back(ViewSlot(partition, view.figures, number, walk));

@@ -42,7 +42,7 @@ struct BlockView {
   u32 format_version;
   BlockRecord figures;  ///< next slot 0 = takes no more slots
   FlashAddress slots_end;
-  std::vector<SlotView> slots;  ///< none without a signature: the bytes there mean nothing
+  std::vector<SlotView> slots;
   ByteShares shares;
 
   FlashAddress end() const { return figures.base + size; }
@@ -57,7 +57,10 @@ struct BlockView {
   u32 LargestItemNow() const;
 };
 
+/// What to make of the slots of a block without a signature, into which no mount looks.
+enum class UnsignedSlots : u8 { kSkip, kRead };
+
 /// Looks at a block of a section that is set up.
-BlockView ViewBlock(const PartitionRecord& partition, u16 index);
+BlockView ViewBlock(const PartitionRecord& partition, u16 index, UnsignedSlots unsigned_slots = UnsignedSlots::kSkip);
 
 }  // namespace vok::tool

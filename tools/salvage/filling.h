@@ -21,6 +21,7 @@ struct NewItem {
 template <typename Items>
 std::vector<NewItem> AsNewItems(const Items& items) {
   std::vector<NewItem> fresh;
+  fresh.reserve(items.size());
   for (const auto& item : items) fresh.push_back({.type = item.type, .id = item.id, .bytes = item.bytes});
   return fresh;
 }

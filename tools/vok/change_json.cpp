@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "json.h"
+#include "rebuild_report.h"
 
 namespace vok::tool {
 
@@ -34,6 +35,35 @@ Json ChangeOf(const ItemDifference& difference) {
           {"crc32", {ChecksumText(difference.before->crc32), ChecksumText(difference.after->crc32)}}};
 }
 
+Json CopyOf(const SalvagedCopy& copy) {
+  return {{"block", copy.block}, {"slot", copy.slot}, {"state", NameOf(copy.state)}, {"searched", copy.searched}};
+}
+
+Json TakenOf(const RebuiltSection& rebuilt, const SalvagedItem& item) {
+  Json json = Json::object();
+  AddItem(
+      json, rebuilt.section->name,
+      {.type = item.type, .id = item.id, .length = static_cast<u32>(item.bytes.size()), .crc32 = Crc32(item.bytes)});
+  json["taken"] = CopyOf(item.taken);
+  json["others"] = Json::array();
+  for (const SalvagedCopy& copy : item.others) json["others"].push_back(CopyOf(copy));
+  json["why"] = ReasonOf(item, rebuilt.blocks);
+  if (item.old_name) json["old_name"] = {{"type", item.old_name->type}, {"id", item.old_name->id}};
+  return json;
+}
+
+Json RebuiltOf(const RebuiltSection& rebuilt) {
+  Json json = {{"section", rebuilt.section->name},
+               {"items", rebuilt.salvaged.items.size()},
+               {"chosen", Json::array()},
+               {"damaged", Json::array()}};
+  for (const SalvagedItem& item : rebuilt.salvaged.items)
+    if (IsNoteworthy(item)) json["chosen"].push_back(TakenOf(rebuilt, item));
+  for (const DamagedItem& item : rebuilt.salvaged.damaged)
+    json["damaged"].push_back({{"type", item.type}, {"id", item.id}, {"copy", CopyOf(item.copy)}});
+  return json;
+}
+
 }  // namespace
 
 std::string WrittenJson(const Section& section, const ItemEntry& item) {
@@ -56,6 +86,14 @@ std::string RegainedJson(std::span<const Regained> sections) {
                                 {"blocks", regained.blocks},
                                 {"free_before", regained.free_before},
                                 {"free_after", regained.free_after}});
+  return Text(json);
+}
+
+std::string RebuiltJson(u16 version, std::span<const RebuiltSection> sections) {
+  Json json = Answer();
+  json["version"] = version;
+  json["sections"] = Json::array();
+  for (const RebuiltSection& rebuilt : sections) json["sections"].push_back(RebuiltOf(rebuilt));
   return Text(json);
 }
 

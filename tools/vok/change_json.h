@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "items.h"
+#include "rebuild.h"
 
 /// The JSON answers of the changing commands and of diff, each one object with "format": "vok/1".
 
@@ -28,6 +29,8 @@ struct ItemDifference {
 std::string WrittenJson(const Section& section, const ItemEntry& item);
 std::string DeletedJson(std::size_t count);
 std::string RegainedJson(std::span<const Regained> sections);
+/// Each section with its noteworthy items and the damaged ones.
+std::string RebuiltJson(u16 version, std::span<const RebuiltSection> sections);
 std::string DifferencesJson(std::span<const ItemDifference> differences);
 
 }  // namespace vok::tool

@@ -222,6 +222,11 @@ void AddStoreCommands(Parser& parser) {
   AddJson(parser, info);
   AddJson(parser, AddCommand(parser, "check", RunCheck, "tell what is unfinished; changes nothing"));
   CLI::App& repair = AddCommand(parser, "repair", RunRepair, "finish or undo what is unfinished");
+  CLI::Option* const rebuild = repair.add_flag("--rebuild", parser.options.rebuild,
+                                               "build the sections anew from every Valid copy in them instead");
+  repair.add_option("SECTION", parser.options.section, "with --rebuild: this section only")
+      ->type_name("")
+      ->needs(rebuild);
   AddOutput(parser, repair, "write the repaired image to FILE (default: in place)");
   AddJson(parser, repair);
 }

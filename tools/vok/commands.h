@@ -13,6 +13,8 @@ int RunUnpack(const Options& options);
 /// @return kFailed also when the image is not clean
 int RunCheck(const Options& options);
 int RunRepair(const Options& options);
+/// Of "repair --rebuild".
+int RunRebuild(const Options& options);
 int RunWrite(const Options& options);
 int RunDelete(const Options& options);
 int RunRename(const Options& options);

@@ -118,6 +118,21 @@ void ReplaceFile(const std::string& path, std::span<const u8> bytes) {
   ThrowSystemError("write", path, error.value());
 }
 
+std::string ReplaceKeeping(const std::string& path, std::span<const u8> old, std::span<const u8> bytes) {
+  std::string kept = path + ".orig";
+  for (int number = 2; fs::exists(fs::symlink_status(kept)); ++number) kept = fmt::format("{}.orig.{}", path, number);
+  CreateWithBytes(kept, kept, old, Sync::kYes);
+  std::error_code ignored;
+  fs::permissions(kept, fs::status(path).permissions(), ignored);
+  try {
+    ReplaceFile(path, bytes);
+  } catch (const Failure&) {
+    fs::remove(kept, ignored);
+    throw;
+  }
+  return kept;
+}
+
 fs::path TemporaryPathBeside(const fs::path& path) {
   std::random_device random;
   for (;;) {

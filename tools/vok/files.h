@@ -27,6 +27,10 @@ void WriteNewFile(const std::filesystem::path& path, std::span<const u8> bytes);
 /// @throws Failure, and the old file is as it was
 void ReplaceFile(const std::string& path, std::span<const u8> bytes);
 
+/// ReplaceFile() that keeps the @p old bytes in a new file beside it, with its permissions: FILE.orig, or FILE.orig.2
+/// and so on where that exists. @return the new file's path @throws Failure, and there is no new file
+std::string ReplaceKeeping(const std::string& path, std::span<const u8> old, std::span<const u8> bytes);
+
 /// A path beside @p path that does not exist, for what is to become @p path once it is complete.
 std::filesystem::path TemporaryPathBeside(const std::filesystem::path& path);
 

@@ -1,33 +1,14 @@
 #include "fresh_image.h"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 
-#include "failure.h"
 #include "flash/image.h"
+#include "fresh_section.h"
 #include "image.h"
-#include "store/volume/format.h"
 #include "store/volume/mount.h"
 #include "vok/store.h"
 
 namespace vok::tool {
-
-namespace {
-
-constexpr u8 kReadOnlyKind = 1;
-constexpr u8 kWriteOnceKind = 2;
-
-bool Overlap(const Section& a, const Section& b) { return a.entry.start < b.end() && b.entry.start < a.end(); }
-
-void FormatSection(const Section& section) {
-  for (u32 block = 0; block < section.entry.block_count; ++block) {
-    const FlashAddress base = section.entry.start + u64{block} * section.entry.block_size;
-    if (InFlash(base, section.entry.block_size)) WriteDefaultBlockHeader(base, block + 1 == section.entry.block_count);
-  }
-}
-
-}  // namespace
 
 FreshImage::FreshImage(ImageBytes psdt, u16 version) : psdt_(std::move(psdt)), version_(version) { Format(); }
 
@@ -37,7 +18,7 @@ void FreshImage::Format() {
   worker_.SetBlockVOKVersion(0, version_);
   sections_ = SetUpSections();
   RequireSetUp(sections_);
-  RequireApart();
+  for (const Section& section : sections_.accepted) RequireApart(section, sections_, psdt_);
   for (const Section& section : sections_.accepted) FormatSection(section);
   // Start-up does not look at the other sections, so that nothing keeps them from lying over one that it accepts.
   for (const Section& section : sections_.passed_over)
@@ -47,25 +28,8 @@ void FreshImage::Format() {
   MountForFilling();
 }
 
-void FreshImage::RequireApart() const {
-  for (const Section& section : sections_.accepted) {
-    if (section.entry.start < psdt_.end() && psdt_.address < section.end())
-      throw Failure(fmt::format("section {} lies over the PSDT", section.name), code::kInvalidParameter);
-    for (const Section& other : sections_.accepted)
-      if (other.record > section.record && Overlap(section, other))
-        throw Failure(fmt::format("sections {} and {} overlap", section.name, other.name), code::kInvalidParameter);
-  }
-}
-
 void FreshImage::MountForFilling() {
-  TerminateStore();
-  const StartupPlan& plan = PrepareStore();
-  auto descriptors = plan.descriptors;
-  for (PartitionDescriptor& descriptor : descriptors)
-    if (descriptor.flags == kReadOnlyKind) descriptor.flags = kWriteOnceKind;
-  TerminateStore();
-  sections_.setup_code = SetUpPartitions(plan.accepted, descriptors.data());
-  RequireSetUp(sections_);
+  SetUpForFilling();
   for (Section& section : sections_.accepted) {
     section.mount_code = MountPartition(section.partition(), static_cast<u8>(MountMode::kCheck));
     RequireMounted(section);

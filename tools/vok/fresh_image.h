@@ -29,7 +29,6 @@ class FreshImage {
   Bytes Dump(u64 end) const;
 
  private:
-  void RequireApart() const;
   void MountForFilling();
 
   VokWorker worker_;

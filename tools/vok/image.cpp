@@ -127,6 +127,15 @@ Bytes LoadedImage::CurrentBytes() const {
   return bytes;
 }
 
+std::string WriteKeepingInput(const LoadedImage& image, const std::string& output) {
+  const std::string& target = output.empty() ? image.changed_path() : output;
+  std::error_code ignored;
+  if (output.empty() || std::filesystem::equivalent(output, image.changed_path(), ignored))
+    return ReplaceKeeping(target, image.original(), image.CurrentBytes());
+  ReplaceFile(target, image.CurrentBytes());
+  return "";
+}
+
 void RequireSetUp(const SectionList& sections) {
   if (sections.setup_code == code::kOk) return;
   const char* const why =

@@ -35,6 +35,9 @@ class LoadedImage {
   /// The file that a changing command replaces when no other is named.
   const std::string& changed_path() const { return contents_.path; }
 
+  /// That file's bytes as they were read.
+  const Bytes& original() const { return contents_.bytes; }
+
   /// That file's bytes as the flash image holds them now, but the PSDT's as they were given.
   Bytes CurrentBytes() const;
   bool HasChanged() const { return CurrentBytes() != contents_.bytes; }
@@ -53,6 +56,10 @@ class LoadedImage {
   u16 version_ = 0;
   SectionList sections_;
 };
+
+/// Writes the image to @p output, empty = over its file. Where that replaces the file, its bytes as they were stay
+/// beside it. @return the path under which they stay, empty = nothing was replaced
+std::string WriteKeepingInput(const LoadedImage& image, const std::string& output);
 
 /// @throws Failure when the store cannot be set up over the sections
 void RequireSetUp(const SectionList& sections);

@@ -66,6 +66,7 @@ struct Options {
   NumberRange ids;          ///< to delete
   NumberRange types;        ///< to delete; empty = the items of one type
   bool yes = false;         ///< do not ask
+  bool rebuild = false;     ///< sections from the copies of their items
   bool as_dump = false;     ///< write a whole dump
   std::string psdt_output;  ///< empty = do not write the PSDT
   std::string first_image;  ///< the images to compare

@@ -20,6 +20,7 @@ std::string WriteRepaired(const LoadedImage& image, const std::string& output) {
 }  // namespace
 
 int RunRepair(const Options& options) {
+  if (options.rebuild) return RunRebuild(options);
   const LoadedImage image(options.image);
   RequireSetUp(image.sections());
   std::vector<SectionReport> reports = InspectSections(image.sections());

@@ -39,6 +39,8 @@ SectionList SetUpSections();
 /// is always a plain file name. Zero bytes at the end are left out.
 std::string NameOfTag(u32 tag);
 
+inline bool Overlap(const Section& a, const Section& b) { return a.entry.start < b.end() && b.entry.start < a.end(); }
+
 /// The types that a section serves.
 std::vector<psdt::TypeRange> TypeRangesOf(const Section& section);
 
