@@ -36,15 +36,28 @@ constexpr std::size_t kBlock = 0x20000;
 constexpr std::size_t kUsedBlock = 2;  ///< of section CPGA of the sample: 26 items
 constexpr std::size_t kTuna = 4 * kBlock;
 
-TEST_F(RebuildTest, BringsBackItemsBehindATornStateWord) {
+TEST_F(RebuildTest, BringsBackWhatARepairLosesToATornStateWord) {
   Overwrite("codeplug.bin", kUsedBlock * kBlock + 12, {0x04, 0xFF});
-  EXPECT_EQ(Rebuild("codeplug.bin")[0].at("chosen").size(), 26U);
+  const Bytes torn = Read("codeplug.bin");
+  Write("codeplug.bin.orig", {1});
+  const Answer repair = Run("repair --psdt psdt.bin --codeplug codeplug.bin");
+  EXPECT_EQ(repair.status, 0);
+  EXPECT_EQ(
+      repair.err,
+      "vok: section CPGA block 2 loses 26 items; vok repair --rebuild on the original, kept as codeplug.bin.orig.2, "
+      "brings them back\n");
+  EXPECT_EQ(Run("diff whole.bin codeplug.bin --psdt psdt.bin").status, 1);
+  EXPECT_EQ(Read("codeplug.bin.orig"), Bytes{1});
+  EXPECT_EQ(Read("codeplug.bin.orig.2"), torn);
+  EXPECT_EQ(Rebuild("codeplug.bin.orig.2")[0].at("chosen").size(), 26U);
   ExpectSameItems("whole.bin", "rebuilt.bin");
 }
 
 TEST_F(RebuildTest, BringsBackWhatNoRepairMounts) {
   Overwrite("codeplug.bin", 0, {0});
   Overwrite("codeplug.bin", kUsedBlock * kBlock, {0});
+  ExpectFailure("repair --psdt psdt.bin --codeplug codeplug.bin", "; vok repair --rebuild gets 27 items out of it",
+                "140: Partition Unmounted");
   RunWell("repair --rebuild --psdt psdt.bin --codeplug codeplug.bin");
   ExpectSameItems("whole.bin", "codeplug.bin");
 }

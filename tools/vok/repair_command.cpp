@@ -1,6 +1,9 @@
+#include <fmt/core.h>
+
 #include "commands.h"
 #include "image.h"
 #include "json.h"
+#include "lost_items.h"
 #include "mounting.h"
 #include "report.h"
 #include "terminal.h"
@@ -9,11 +12,32 @@ namespace vok::tool {
 
 namespace {
 
+/// A section that does not mount may still hold items.
+void RequireRepaired(const SectionList& mounted, const std::vector<RebuiltSection>& before) {
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    if (!IsMountable(mounted.accepted[i])) continue;
+    const std::size_t count = before[i].salvaged.items.size();
+    RequireMounted(mounted.accepted[i],
+                   count == 0 ? "" : fmt::format("; vok repair --rebuild gets {} items out of it", count));
+  }
+}
+
+/// Writes an image that has lost items. The original is all that they can be got out of.
+void WriteWithLoss(const LoadedImage& image, const std::string& output, const std::vector<LostItems>& lost) {
+  const std::string kept = WriteKeepingInput(image, output);
+  Warn(fmt::format("{}; vok repair --rebuild on the original{} brings them back", TextOf(lost),
+                   kept.empty() ? "" : ", kept as " + kept + ','));
+}
+
 /// @return what was done, to begin a sentence with
-std::string WriteRepaired(const LoadedImage& image, const std::string& output) {
+std::string WriteRepaired(const LoadedImage& image, const std::string& output, const std::vector<LostItems>& lost) {
   if (output.empty() && !image.HasChanged()) return "nothing to repair; ";
   const std::string& target = output.empty() ? image.changed_path() : output;
-  ReplaceFile(target, image.CurrentBytes());
+  if (lost.empty()) {
+    ReplaceFile(target, image.CurrentBytes());
+  } else {
+    WriteWithLoss(image, output, lost);
+  }
   return "wrote " + target + "; ";
 }
 
@@ -24,8 +48,10 @@ int RunRepair(const Options& options) {
   const LoadedImage image(options.image);
   RequireSetUp(image.sections());
   std::vector<SectionReport> reports = InspectSections(image.sections());
+  const std::vector<RebuiltSection> before = SalvageSections(image.sections());
   const SectionList mounted = MountSections(MountPurpose::kRepair);
-  RequireAllMounted(mounted);
+  RequireRepaired(mounted, before);
+  const std::vector<LostItems> lost = FindLostItems(before, mounted);
   for (std::size_t i = 0; i < reports.size(); ++i) reports[i].code = mounted.accepted[i].mount_code;
 
   std::vector<SectionReport> left = InspectSections(mounted);
@@ -34,7 +60,7 @@ int RunRepair(const Options& options) {
 
   const bool clean = IsClean(left);
   const std::string what =
-      WriteRepaired(image, options.output) + (clean ? "clean now" : "a check still finds something");
+      WriteRepaired(image, options.output, lost) + (clean ? "clean now" : "a check still finds something");
   if (options.json) {
     Print(ReportJson(image.version(), clean, reports));
   } else {

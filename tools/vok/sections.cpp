@@ -112,11 +112,11 @@ const Section& SectionOfType(const SectionList& sections, u16 type, const std::s
   return *found;
 }
 
-void RequireMounted(const Section& section) {
+void RequireMounted(const Section& section, const std::string& advice) {
   if (section.IsMounted()) return;
-  throw Failure(
-      fmt::format("section {} is not mounted, its mount gave {}", section.name, ErrorText(section.mount_code)),
-      code::kUnmounted);
+  throw Failure(fmt::format("section {} is not mounted, its mount gave {}{}", section.name,
+                            ErrorText(section.mount_code), advice),
+                code::kUnmounted);
 }
 
 }  // namespace vok::tool

@@ -61,7 +61,8 @@ bool Serves(const Section& section, u16 type);
 /// @throws Failure
 const Section& SectionOfType(const SectionList& sections, u16 type, const std::string& what);
 
+/// @param advice  goes on with the failure's text
 /// @throws Failure when the section is not mounted
-void RequireMounted(const Section& section);
+void RequireMounted(const Section& section, const std::string& advice = "");
 
 }  // namespace vok::tool

@@ -24,10 +24,12 @@ bool Confirm(const std::string& question) {
   return first == 'y' || first == 'Y';
 }
 
+void Warn(const std::string& line) { std::fputs(("vok: " + line + '\n').c_str(), stderr); }
+
 void BeVerbose() { verbose = true; }
 
 void Say(const std::string& line) {
-  if (verbose) std::fputs(("vok: " + line + '\n').c_str(), stderr);
+  if (verbose) Warn(line);
 }
 
 }  // namespace vok::tool

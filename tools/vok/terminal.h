@@ -15,6 +15,9 @@ void PrintBytes(std::span<const u8> bytes);
 /// Asks a yes-or-no question on standard error. @return true at once when standard input is no terminal
 bool Confirm(const std::string& question);
 
+/// One line on standard error that the person must know.
+void Warn(const std::string& line);
+
 /// From here on Say() speaks.
 void BeVerbose();
 
