@@ -69,9 +69,7 @@ void PrepareOpen(Builder& builder, const Inputs& inputs, Fill fill, u32) {
   builder.FillTo(fill == Fill::kFull ? 0 : 12, kFiller, inputs.seed);
   if (fill == Fill::kHalf) builder.Delete(kFiller);
 }
-void PrepareErased(Builder& builder, const Inputs&, Fill, u32) {
-  builder.rig().Load(Bytes(builder.rig().size(), 0xFF));
-}
+void PrepareErased(Builder& builder, const Inputs&, Fill, u32) { builder.rig().LoadErased(); }
 
 /// How the base image of an operation is made.
 struct Preparation {

@@ -17,7 +17,7 @@ void Expect(u16 code, const char* what) {
 }  // namespace
 
 Builder::Builder(Rig& rig) : rig_(rig) {
-  rig.Load(Bytes(rig.size(), 0xFF));
+  rig.LoadErased();
   rig.SetUp();
   Expect(rig.Mount(0), "formatting");
 }

@@ -81,6 +81,7 @@ void AddCounts(Marks& marks, const std::string& prefix, const Tally& tally) {
   marks[prefix + "FIRST"] = Digits(tally.CasesAt(0));
   marks[prefix + "PAIRS"] = Digits(tally.CasesAt(1));
   marks[prefix + "CHAINS"] = Digits(tally.CasesAt(2));
+  marks[prefix + "REBUILDS"] = Digits(tally.rebuilds);
   marks[prefix + "FAULTS"] = Digits(tally.faults);
 }
 

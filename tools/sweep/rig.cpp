@@ -11,6 +11,7 @@ constexpr u32 kBase = 0x40000;
 constexpr u32 kPsdtAddress = 0xE000;
 constexpr u32 kArenaSize = 1024;
 constexpr u8 kPoison = 0x5A;
+constexpr u8 kErased = 0xFF;
 constexpr u16 kFirstType = 1;
 constexpr u16 kLastType = 100;
 
@@ -67,6 +68,7 @@ void Rig::Configure(const Geometry& geometry) {
   device_.Watch(kBase, size(), version().block_size);
   survived_.resize(size());
   poison_.assign(size(), kPoison);
+  erased_.assign(size(), kErased);
 }
 
 void Rig::Load(std::span<const u8> bytes) {

@@ -51,6 +51,8 @@ class Rig {
 
   /// The store ended, @p bytes in the flash, no power cut ahead.
   void Load(std::span<const u8> bytes);
+  /// The store ended, every byte of the partition erased.
+  void LoadErased() { Load(erased_); }
   /// Ends the store and sets it up, not mounted.
   void SetUp();
   u16 Mount(u8 mode) { return MountPartition(0, mode); }
@@ -73,6 +75,7 @@ class Rig {
   VokWorker worker_;
   Bytes survived_;
   Bytes poison_;
+  Bytes erased_;
   Bytes arena_;
 };
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "rebuild.h"
+
 namespace vok::sweep {
 
 namespace {
@@ -60,10 +62,21 @@ void Sweep::RunFirstCut(const Scenario& scenario, CutPoint cut) {
   const Bytes flash = rig_.device().bytes();
   const Aftermath first = aftermath;
   const bool goes_on = plan_.second_cuts != 0;
-  Verdict verdict = Judge(rig_, scenario, aftermath, goes_on);
+  Verdict verdict = JudgeCuts(scenario, aftermath, 1, goes_on);
   if (!fault.empty()) verdict.fault = fault;
   Count(0, scenario, {cut}, PlaceOfCut(scenario.trace, cut), verdict, aftermath);
   if (goes_on && !verdict.repair.empty()) RunSecondCuts(scenario, cut, flash, first, verdict.repair);
+}
+
+/// Judges the flash as the last of some cuts left it: what repair mounts make of it, and after a single cut or where
+/// these come to no good end also what a rebuild gives.
+Verdict Sweep::JudgeCuts(const Scenario& scenario, Aftermath& aftermath, u32 cuts, bool record_repair) {
+  cut_flash_ = rig_.device().bytes();
+  Verdict verdict = Judge(rig_, scenario, aftermath, record_repair);
+  if (!verdict.fault.empty() || (cuts > 1 && aftermath.ends() == 0)) return verdict;
+  ++tally_.rebuilds;
+  verdict.fault = CheckRebuild(rig_, scenario, aftermath, cut_flash_, cuts);
+  return verdict;
 }
 
 std::vector<CutPoint> Sweep::SecondCuts(const Trace& repair, u64 seed) const {
@@ -88,7 +101,7 @@ void Sweep::RunSecondCuts(const Scenario& scenario, CutPoint first, const Bytes&
     Aftermath second = aftermath;
     const Place place = repair[cut.step].place;
     CutRepair(scenario, flash, 1, cut, place, second);
-    const Verdict verdict = Judge(rig_, scenario, second, false);
+    const Verdict verdict = JudgeCuts(scenario, second, 2, false);
     Count(1, scenario, {first, cut}, place, verdict, second);
   }
 }
@@ -112,7 +125,7 @@ void Sweep::RunChain(const Scenario& scenario, u64 seed) {
     CutRepair(scenario, flash, static_cast<u32>(cuts.size()) - 1, cuts.back(), place, aftermath);
   }
   if (cuts.size() < kShortestChain && fault.empty()) return;
-  Verdict verdict = Judge(rig_, scenario, aftermath, false);
+  Verdict verdict = JudgeCuts(scenario, aftermath, static_cast<u32>(cuts.size()), false);
   if (!fault.empty()) verdict.fault = fault;
   Count(2, scenario, cuts, place, verdict, aftermath);
 }

@@ -53,6 +53,7 @@ class Sweep {
   void RunFirstCut(const Scenario& scenario, CutPoint cut);
   void RunSecondCuts(const Scenario& scenario, CutPoint first, const Bytes& flash, const Aftermath& aftermath,
                      const Trace& repair);
+  Verdict JudgeCuts(const Scenario& scenario, Aftermath& aftermath, u32 cuts, bool record_repair);
   std::vector<CutPoint> SecondCuts(const Trace& repair, u64 seed) const;
   void RunChain(const Scenario& scenario, u64 seed);
 
@@ -70,6 +71,7 @@ class Sweep {
   Report report_;
   Plan plan_;
   Tally tally_;
+  Bytes cut_flash_;  ///< under judgement; kept, so that its memory is
   u64 case_number_ = 0;
 };
 

@@ -27,6 +27,7 @@ void Tally::Add(const Tally& other) {
     for (u32 end = 0; end < kKnownEndCount; ++end) ends[depth][end] += other.ends[depth][end];
   }
   images += other.images;
+  rebuilds += other.rebuilds;
   faults += other.faults;
 }
 

@@ -14,7 +14,8 @@ struct Tally {
 
   std::array<std::array<std::array<Outcomes, kPlaceCount>, kMostOperations>, kDepths> cases{};
   std::array<std::array<u64, kKnownEndCount>, kDepths> ends{};
-  u64 images = 0;  ///< flash contents that a power cut left
+  u64 images = 0;    ///< flash contents that a power cut left
+  u64 rebuilds = 0;  ///< cases in which a rebuild was looked at, too
   u64 faults = 0;
 
   void Add(u32 depth, u32 operation, Place place, const Verdict& verdict, const Aftermath& aftermath);
