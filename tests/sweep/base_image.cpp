@@ -42,6 +42,12 @@ void PrepareRange(Builder& builder, const Inputs& inputs, Fill fill, u32 left) {
     builder.Write({kChanged.type, id}, Noise(Mix(inputs.seed, id), 10u + id));
   PrepareItem(builder, inputs, fill, left);
 }
+/// An item of the new name was there once.
+void PrepareRename(Builder& builder, const Inputs& inputs, Fill fill, u32 left) {
+  builder.Write(inputs.fresh, Noise(inputs.seed, 12));
+  builder.Delete(inputs.fresh);
+  PrepareItem(builder, inputs, fill, left);
+}
 /// The block to be reorganised has a dead slot before its first Valid one.
 void PrepareReorganise(Builder& builder, const Inputs& inputs, Fill fill, u32 left) {
   builder.Write({8, 1}, Noise(inputs.seed, 15));
@@ -87,8 +93,8 @@ constexpr std::array<Preparation, 23> kPreparations = {{{"write", 2, PrepareNew}
                                                         {"part-copy-plain", 2, PrepareItem},
                                                         {"append", 2, PrepareItem},
                                                         {"append-plain", 2, PrepareItem},
-                                                        {"rename", 2, PrepareItem},
-                                                        {"rename-plain", 2, PrepareItem},
+                                                        {"rename", 2, PrepareRename},
+                                                        {"rename-plain", 2, PrepareRename},
                                                         {"delete", 2, PrepareItem},
                                                         {"delete-ids", 2, PrepareRange},
                                                         {"delete-types", 2, PrepareRange},

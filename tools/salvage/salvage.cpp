@@ -59,12 +59,25 @@ bool IsRenamedFromDead(const SectionCopies& copies, const CopyView& fresh) {
   });
 }
 
+/// Whether the bytes are those of a Valid item, or on the way to be: a rename that was cut off before it retired the
+/// item under its old name. An empty item tells nothing.
+bool IsRenameUnderWay(const SectionCopies& copies, const CopyView& fresh) {
+  if (fresh.slot->record.length == 0) return false;
+  const auto becomes = [bytes = PayloadOf(fresh)](const CopyView& copy) {
+    const auto keeps_its_bits = [](u8 now, u8 then) { return (now & then) == then; };
+    return std::ranges::equal(bytes, PayloadOf(copy), keeps_its_bits);
+  };
+  return std::ranges::any_of(copies.items,
+                             [&](const auto& item) { return std::ranges::any_of(item.second.searched, becomes); });
+}
+
 /// Without a journal record the old copy is retired before the new one is committed, so that a cut in between leaves no
 /// Valid one. An item that never was there is not brought back: its write had not come to its end.
 Ranking RankUnfinished(const SectionCopies& copies, const CopiesOfItem& item) {
   Ranking ranking{.copies = item.unfinished, .why = Choice::kUnfinishedWrite};
-  if (!item.has_dead)
-    std::erase_if(ranking.copies, [&copies](const CopyView& fresh) { return !IsRenamedFromDead(copies, fresh); });
+  std::erase_if(ranking.copies, [&](const CopyView& fresh) {
+    return item.has_dead ? IsRenameUnderWay(copies, fresh) : !IsRenamedFromDead(copies, fresh);
+  });
   return ranking;
 }
 
