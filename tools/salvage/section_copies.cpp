@@ -37,10 +37,15 @@ void AddItemSlot(const CopyView& copy, SectionCopies& copies) {
 
 void AddBlock(const BlockView& block, SectionCopies& copies) {
   FlashAddress lowest = block.end();
+  bool is_exact = true;
   for (const SlotView& slot : block.slots) {
-    const bool contiguous = slot.has_record && slot.record_end() == lowest;
-    const CopyView copy{.block = &block, .slot = &slot, .contiguous = contiguous};
-    if (slot.has_record) lowest = slot.record.payload();
+    const bool below = slot.has_record && (is_exact ? slot.record_end() == lowest : slot.record_end() <= lowest);
+    const CopyView copy{.block = &block, .slot = &slot, .contiguous = below};
+    // Where a record begins whose length is damaged, nobody knows; the next one lies somewhere below.
+    if (slot.has_record) {
+      lowest = slot.record.payload();
+      is_exact = slot.record.sound;
+    }
     if (slot.IsJournal()) {
       AddJournalRecord(copy, copies);
     } else if (IsItemType(slot.header.type) && slot.header.id != kAnyId) {

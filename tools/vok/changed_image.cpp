@@ -4,7 +4,9 @@ namespace vok::tool {
 
 ChangedImage::ChangedImage(const ImageArguments& arguments) : image_(arguments) {
   RequireSetUp(image_.sections());
+  const std::vector<RebuiltSection> before = SalvageSections(image_.sections());
   Remount();
+  lost_ = FindLostItems(before, sections_);
 }
 
 void ChangedImage::Remount() {
@@ -14,7 +16,7 @@ void ChangedImage::Remount() {
 
 void ChangedImage::Save(const std::string& output) {
   Remount();
-  ReplaceFile(output.empty() ? image_.changed_path() : output, image_.CurrentBytes());
+  WriteChanged(image_, output, lost_);
 }
 
 }  // namespace vok::tool

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "image.h"
+#include "lost_items.h"
 #include "mounting.h"
 
 namespace vok::tool {
@@ -18,12 +19,13 @@ class ChangedImage {
   /// Mounts everything anew, with repair: what an operation left unfinished is dropped or finished.
   void Remount();
 
-  /// Writes the image to @p output, empty = over the file that it came from.
+  /// Writes the image to @p output, empty = over the file that it came from, as WriteChanged() does.
   void Save(const std::string& output);
 
  private:
   LoadedImage image_;
   SectionList sections_;
+  std::vector<LostItems> lost_;
 };
 
 }  // namespace vok::tool

@@ -31,7 +31,9 @@ void RequireConsent(const Options& options, std::size_t count, const std::string
 
 void RequireDeleted(u16 code, const std::string& what, const Section& section) {
   if (code == code::kOk) return;
-  const char* const why = code == code::kReadOnly ? " is read-only" : "";
+  const char* const why = code == code::kReadOnly       ? " is read-only"
+                          : code == code::kItemNotFound ? " has no such item"
+                                                        : "";
   throw Failure(fmt::format("cannot delete {}: section {}{}", what, section.name, why), code);
 }
 

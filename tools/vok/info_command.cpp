@@ -38,8 +38,9 @@ std::string TypesText(const Section& section) {
 
 void PrintHead(const LoadedImage& image) {
   Print(fmt::format("Store version  {}\n", image.version()));
-  Print(fmt::format("PSDT           {} at {}, {} bytes, {} records\n", image.psdt().path,
-                    HexAddress(image.psdt().address), image.psdt().bytes.size(), psdt::RecordCount()));
+  Print(fmt::format("PSDT           {} at {}, {} bytes, {} record{}\n", image.psdt().path,
+                    HexAddress(image.psdt().address), image.psdt().bytes.size(), psdt::RecordCount(),
+                    psdt::RecordCount() == 1 ? "" : "s"));
   Print("PSDT header   ");
   for (const u32 word : HeaderWords()) Print(fmt::format(" {:08X}", word));
   Print("\n\n");
@@ -68,9 +69,9 @@ void PrintSpaces(const std::vector<SectionSpace>& spaces) {
   using Align = Table::Align;
   Table table({{"SECTION"},
                {"FREE NOW", Align::kRight},
-               {"AFTER REORGANISATION", Align::kRight},
+               {"FREE AFTER REORGANISATION", Align::kRight},
                {"LARGEST ITEM NOW", Align::kRight},
-               {"AFTER REORGANISATION", Align::kRight}});
+               {"LARGEST AFTER REORGANISATION", Align::kRight}});
   for (const SectionSpace& space : spaces)
     if (space.section->IsMounted())
       table.AddRow({space.section->name, std::to_string(space.space.free_now),

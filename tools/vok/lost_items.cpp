@@ -4,6 +4,8 @@
 
 #include <map>
 
+#include "terminal.h"
+
 namespace vok::tool {
 
 namespace {
@@ -39,6 +41,13 @@ std::string TextOf(const std::vector<LostItems>& lost) {
     text += fmt::format("{}section {} block {} loses {} item{}", text.empty() ? "" : ", ", items.section, items.block,
                         items.count, items.count == 1 ? "" : "s");
   return text;
+}
+
+void WriteChanged(const LoadedImage& image, const std::string& output, const std::vector<LostItems>& lost) {
+  if (lost.empty()) return ReplaceFile(output.empty() ? image.changed_path() : output, image.CurrentBytes());
+  const std::string kept = WriteKeepingInput(image, output);
+  Warn(fmt::format("{}; vok repair --rebuild on the original{} brings them back", TextOf(lost),
+                   kept.empty() ? "" : ", kept as " + kept + ','));
 }
 
 }  // namespace vok::tool

@@ -24,4 +24,8 @@ std::vector<LostItems> FindLostItems(const std::vector<RebuiltSection>& before, 
 /// "section CPGA block 2 loses 26 items, section TUNA block 0 loses 1 item"
 std::string TextOf(const std::vector<LostItems>& lost);
 
+/// Writes a changed image to @p output, empty = in place. When items were lost on the way, it says so on standard
+/// error, and an original that would be replaced is kept: it is all that they can be got out of.
+void WriteChanged(const LoadedImage& image, const std::string& output, const std::vector<LostItems>& lost);
+
 }  // namespace vok::tool

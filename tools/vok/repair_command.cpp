@@ -22,23 +22,11 @@ void RequireRepaired(const SectionList& mounted, const std::vector<RebuiltSectio
   }
 }
 
-/// Writes an image that has lost items. The original is all that they can be got out of.
-void WriteWithLoss(const LoadedImage& image, const std::string& output, const std::vector<LostItems>& lost) {
-  const std::string kept = WriteKeepingInput(image, output);
-  Warn(fmt::format("{}; vok repair --rebuild on the original{} brings them back", TextOf(lost),
-                   kept.empty() ? "" : ", kept as " + kept + ','));
-}
-
 /// @return what was done, to begin a sentence with
 std::string WriteRepaired(const LoadedImage& image, const std::string& output, const std::vector<LostItems>& lost) {
   if (output.empty() && !image.HasChanged()) return "nothing to repair; ";
-  const std::string& target = output.empty() ? image.changed_path() : output;
-  if (lost.empty()) {
-    ReplaceFile(target, image.CurrentBytes());
-  } else {
-    WriteWithLoss(image, output, lost);
-  }
-  return "wrote " + target + "; ";
+  WriteChanged(image, output, lost);
+  return "wrote " + (output.empty() ? image.changed_path() : output) + "; ";
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
 
 #include "failure.h"
 #include "store/volume/layout.h"
@@ -53,6 +54,7 @@ class RoomMaker {
   /// @return false when nothing is left to try
   bool MakeRoom(u16 code) {
     if (!HasSpare(partition_)) return false;
+    if (code == code::kNeedReorg && !std::exchange(emptied_, true)) return EmptyBest();
     const bool advised = ReorganiseAsAdvised(name_, partition_);
     const std::size_t round = rounds_++;
     if (advised && round == 0) return true;
@@ -62,6 +64,15 @@ class RoomMaker {
   }
 
  private:
+  /// One block has room enough once its dead bytes are regained: the one with least live bytes is sure to be it, while
+  /// the one with most dead bytes, which the store advises, may fill that one up with its live items.
+  bool EmptyBest() {
+    const std::vector<u16> blocks = ActiveBlocks(partition_);
+    if (blocks.empty()) return false;
+    ReorganiseAndErase(name_, partition_, blocks.front());
+    return true;
+  }
+
   /// Free bytes that are spread over blocks without dead ones are of no use to a large item until live items of one
   /// block fill up the others. Each call empties another block.
   bool Compact() {
@@ -73,6 +84,7 @@ class RoomMaker {
 
   const std::string& name_;
   u8 partition_;
+  bool emptied_ = false;
   std::size_t rounds_ = 0;
   std::size_t compacted_ = 0;
 };
@@ -111,8 +123,10 @@ std::string RoomFigures(u8 partition, u64 needed) {
   PartitionSpace space{};
   GetPartitionSpace(partition, &space);
   const u32 more = space.free_after_reorganisation - std::min(space.free_now, space.free_after_reorganisation);
-  return fmt::format("{} bytes needed, {} free, {} more by reorganising{}", needed, space.free_now, more,
-                     more == 0 || HasSpare(partition) ? "" : ", for which no block is spare");
+  const bool in_pieces = space.free_now >= needed;
+  return fmt::format("{} bytes needed, {} free{}, {} more by reorganising{}", needed, space.free_now,
+                     in_pieces ? fmt::format(" (no item above {} fits in one block)", space.largest_item_now) : "",
+                     more, more == 0 || HasSpare(partition) ? "" : ", for which no block is spare");
 }
 
 }  // namespace vok::tool

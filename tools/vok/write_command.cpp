@@ -40,6 +40,7 @@ std::string WhyNot(u16 code, const ItemChange& change) {
     return fmt::format("{} bytes, the largest item has {}", change.length,
                        LargestItem(change.section.entry.block_size));
   if (code == code::kReadOnly) return "the section is read-only";
+  if (code == code::kTargetExists) return "there is an item of that name";
   return "the store refuses";
 }
 
@@ -84,6 +85,8 @@ int RunRename(const Options& options) {
                               "delete it here",
                               what, options.type, section.name, options.new_type, target.name),
                   code::kInvalidPartition);
+  if (!Exists(section, options.type, options.id))
+    throw Failure(fmt::format("{}: section {} has no such item", what, section.name), code::kItemNotFound);
   const Bytes bytes = ReadItemBytes(section, options.type, options.id);
   const u32 length = static_cast<u32>(bytes.size());
   u16 id = options.new_id;
