@@ -1,0 +1,44 @@
+#include <fmt/core.h>
+
+#include "command/commands.h"
+#include "image/image.h"
+#include "image/mounting.h"
+#include "output/failure.h"
+#include "output/json.h"
+#include "output/report.h"
+#include "output/terminal.h"
+
+namespace vok::tool {
+
+namespace {
+
+/// A section whose repair mount fails is not repaired at all, since the repair then writes nothing.
+void ForeseeRepair(SectionReport& report) {
+  if (report.findings.empty() || report.code == code::kOk) return;
+  const u16 code = TryRepairMount(*report.section);
+  if (code == code::kOk) return;
+  for (Finding& finding : report.findings) finding.repair = fmt::format("cannot be repaired ({})", ErrorText(code));
+}
+
+}  // namespace
+
+int RunCheck(const Options& options) {
+  const LoadedImage image(options.image);
+  RequireSetUp(image.sections());
+  std::vector<SectionReport> reports = InspectSections(image.sections());
+  const SectionList mounted = CheckMountSections();
+  for (std::size_t i = 0; i < reports.size(); ++i) {
+    reports[i].code = mounted.accepted[i].mount_code;
+    ForeseeRepair(reports[i]);
+  }
+  const bool clean = IsClean(reports);
+  if (options.json) {
+    Print(ReportJson(image.version(), clean, reports));
+  } else {
+    PrintReport(reports);
+    Print(clean ? "\nclean\n" : "\nnot clean\n");
+  }
+  return clean ? kDone : kFailed;
+}
+
+}  // namespace vok::tool

@@ -1,0 +1,102 @@
+#include <fmt/core.h>
+
+#include <algorithm>
+
+#include "command/commands.h"
+#include "image/changed_image.h"
+#include "image/items.h"
+#include "output/change_json.h"
+#include "output/failure.h"
+#include "output/terminal.h"
+#include "vok/store.h"
+
+namespace vok::tool {
+
+namespace {
+
+std::string RangeText(const NumberRange& range) {
+  return range.IsOne() ? std::to_string(range.first) : fmt::format("{} to {}", range.first, range.last);
+}
+
+std::size_t CountItems(const Section& section, const NumberRange& types, const NumberRange& ids) {
+  const std::vector<ItemEntry> items = ListSection(section);
+  return static_cast<std::size_t>(std::count_if(
+      items.begin(), items.end(), [&](const ItemEntry& item) { return types.Holds(item.type) && ids.Holds(item.id); }));
+}
+
+void RequireConsent(const Options& options, std::size_t count, const std::string& what) {
+  if (count == 0 || options.yes || Confirm(fmt::format("Delete {} items ({})?", count, what))) return;
+  throw Failure("nothing deleted: not confirmed", code::kInvalidParameter);
+}
+
+void RequireDeleted(u16 code, const std::string& what, const Section& section) {
+  if (code == code::kOk) return;
+  const char* const why = code == code::kReadOnly       ? " is read-only"
+                          : code == code::kItemNotFound ? " has no such item"
+                                                        : "";
+  throw Failure(fmt::format("cannot delete {}: section {}{}", what, section.name, why), code);
+}
+
+/// @return how many items went
+std::size_t DeleteIds(const Options& options, const ChangedImage& image) {
+  const std::string what = fmt::format("item type {} ID {}", options.type, RangeText(options.ids));
+  const Section& section = SectionOfType(image.sections(), options.type, "cannot delete " + what);
+  if (options.ids.IsOne()) {
+    RequireDeleted(DeleteItem(section.partition(), options.type, options.ids.first), what, section);
+    return 1;
+  }
+  const std::size_t count = CountItems(section, {.first = options.type, .last = options.type}, options.ids);
+  RequireConsent(options, count, what);
+  RequireDeleted(DeleteItemRange(section.partition(), options.type, options.ids.first, options.ids.last), what,
+                 section);
+  return count;
+}
+
+/// What a type range meets in one section.
+struct SectionHit {
+  const Section* section;
+  std::size_t count;
+};
+
+/// The sections that hold items to delete. One that is read-only stops the job before anything is changed, unless it is
+/// left out by naming another.
+std::vector<SectionHit> HitsOf(const Options& options, const SectionList& sections, const std::string& what) {
+  constexpr NumberRange kAllIds = {.first = 0, .last = 0xFFFF};
+  std::vector<SectionHit> hits;
+  for (const Section& section : sections.accepted) {
+    if (!section.IsMounted() || (!options.section.empty() && section.name != options.section)) continue;
+    const std::size_t count = CountItems(section, options.types, kAllIds);
+    if (count == 0) continue;
+    if (section.IsReadOnly())
+      throw Failure(fmt::format("cannot delete {}: section {} is read-only and holds {} of them; --section names one",
+                                what, section.name, count),
+                    code::kReadOnly);
+    hits.push_back({.section = &section, .count = count});
+  }
+  return hits;
+}
+
+std::size_t DeleteTypes(const Options& options, const ChangedImage& image) {
+  const std::string what = fmt::format("items of the types {}", RangeText(options.types));
+  if (!options.section.empty()) RequireMounted(FindSection(image.sections(), options.section));
+  const std::vector<SectionHit> hits = HitsOf(options, image.sections(), what);
+  std::size_t count = 0;
+  for (const SectionHit& hit : hits) count += hit.count;
+  RequireConsent(options, count, what);
+  for (const SectionHit& hit : hits)
+    RequireDeleted(DeleteTypeRange(hit.section->partition(), options.types.first, options.types.last), what,
+                   *hit.section);
+  return count;
+}
+
+}  // namespace
+
+int RunDelete(const Options& options) {
+  ChangedImage image(options.image);
+  const std::size_t count = options.types.IsEmpty() ? DeleteIds(options, image) : DeleteTypes(options, image);
+  image.Save(options.output);
+  Print(options.json ? DeletedJson(count) : fmt::format("{} {} deleted\n", count, count == 1 ? "item" : "items"));
+  return kDone;
+}
+
+}  // namespace vok::tool

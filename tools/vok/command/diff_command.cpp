@@ -1,0 +1,76 @@
+#include <fmt/core.h>
+
+#include <cstdio>
+
+#include "command/commands.h"
+#include "image/image_items.h"
+#include "output/change_json.h"
+#include "output/failure.h"
+#include "output/terminal.h"
+
+namespace vok::tool {
+
+namespace {
+
+/// Both maps are in the same order, so that one walk meets equal names side by side.
+std::vector<ItemDifference> Compare(const ImageItems& a, const ImageItems& b) {
+  std::vector<ItemDifference> differences;
+  auto before = a.begin();
+  auto after = b.begin();
+  while (before != a.end() || after != b.end()) {
+    if (after == b.end() || (before != a.end() && before->first < after->first)) {
+      differences.push_back({.section = before->first.section, .before = &before->second.entry, .after = nullptr});
+      ++before;
+    } else if (before == a.end() || after->first < before->first) {
+      differences.push_back({.section = after->first.section, .before = nullptr, .after = &after->second.entry});
+      ++after;
+    } else {
+      if (before->second.bytes != after->second.bytes)
+        differences.push_back(
+            {.section = before->first.section, .before = &before->second.entry, .after = &after->second.entry});
+      ++before;
+      ++after;
+    }
+  }
+  return differences;
+}
+
+std::string LineOf(char sign, const std::string& section, const ItemEntry& item, const std::string& lengths) {
+  return fmt::format("{} {} type {} ID {}, {} bytes\n", sign, section, item.type, item.id, lengths);
+}
+
+std::string LineOf(const ItemDifference& difference) {
+  const auto& [section, before, after] = difference;
+  if (before == nullptr) return LineOf('+', section, *after, std::to_string(after->length));
+  if (after == nullptr) return LineOf('-', section, *before, std::to_string(before->length));
+  return LineOf('~', section, *after, fmt::format("{} -> {}", before->length, after->length));
+}
+
+int PrintDifferences(const Options& options) {
+  const ImageItems a = ReadImageItems(options.first_image, options.image);
+  const ImageItems b = ReadImageItems(options.second_image, options.image);
+  const std::vector<ItemDifference> differences = Compare(a, b);
+  if (options.json) Print(DifferencesJson(differences));
+  if (!options.json)
+    for (const ItemDifference& difference : differences) Print(LineOf(difference));
+  return differences.empty() ? kDone : kFailed;
+}
+
+int Trouble(const std::string& what, u16 code) {
+  std::fputs(FailureLine(what, code).c_str(), stderr);
+  return kTrouble;
+}
+
+}  // namespace
+
+int RunDiff(const Options& options) {
+  try {
+    return PrintDifferences(options);
+  } catch (const Failure& failure) {
+    return Trouble(failure.what(), failure.code());
+  } catch (const std::exception& error) {
+    return Trouble(error.what(), code::kInternalError);
+  }
+}
+
+}  // namespace vok::tool

@@ -1,0 +1,84 @@
+#include <fmt/core.h>
+
+#include "block_words.h"
+#include "command/commands.h"
+#include "image/items.h"
+#include "output/failure.h"
+#include "output/hex_dump.h"
+#include "output/table.h"
+#include "output/terminal.h"
+#include "output/view_json.h"
+#include "view/item_copies.h"
+
+namespace vok::tool {
+
+namespace {
+
+/// The sections that serve a type: one, unless the PSDT gives it to several.
+ImageView ViewSectionsOfType(const LoadedImage& image, u16 type, const std::string& what) {
+  RequireSetUp(image.sections());
+  if (!IsItemType(type)) throw Failure(what + ": types are 1 to 65533", code::kInvalidParameter);
+  ImageView view{.version = image.version(), .sections = {}};
+  for (const Section& section : image.sections().accepted)
+    if (Serves(section, type)) view.sections.push_back(ViewSection(section));
+  if (view.sections.empty()) throw Failure(what + ": no section serves the type", code::kInvalidPartition);
+  return view;
+}
+
+void PrintCopies(const std::vector<ItemCopy>& copies) {
+  using Align = Table::Align;
+  Table table({{"COPY", Align::kRight},
+               {"SECTION"},
+               {"BLOCK", Align::kRight},
+               {"SLOT", Align::kRight},
+               {"ADDRESS", Align::kRight},
+               {"STATE"},
+               {"LENGTH", Align::kRight},
+               {"CRC32"},
+               {"CURRENT"}});
+  for (std::size_t i = 0; i < copies.size(); ++i) {
+    const ItemCopy& copy = copies[i];
+    const SlotView& slot = *copy.slot;
+    const bool sound = slot.IsSound();
+    table.AddRow({std::to_string(i), copy.section->section->name, std::to_string(copy.block->index),
+                  std::to_string(slot.number), sound ? HexAddress(slot.record.payload()) : "-",
+                  NameOfSlotState(slot.header.word), sound ? std::to_string(slot.record.length) : "-",
+                  sound ? ChecksumText(Crc32(copy.Payload())) : "no sound record", copy.IsCurrent() ? "yes" : "no"});
+  }
+  table.Print();
+  Print("\nCurrent copies come first, then the others by block, in each block from the newest slot to the oldest.\n");
+}
+
+int DeliverCopy(const Options& options, const std::vector<ItemCopy>& copies, const std::string& what) {
+  if (*options.copy >= copies.size())
+    throw Failure(fmt::format("{} has no copy {}: the highest is {}", what, *options.copy, copies.size() - 1),
+                  code::kItemNotFound);
+  const Bytes bytes = copies[*options.copy].Payload();
+  if (options.output.empty()) {
+    Print(HexDump(bytes));
+  } else if (options.output == "-") {
+    PrintBytes(bytes);
+  } else {
+    ReplaceFile(options.output, bytes);
+  }
+  return kDone;
+}
+
+}  // namespace
+
+int RunHistory(const Options& options) {
+  const LoadedImage image(options.image);
+  const std::string what = fmt::format("item type {} ID {}", options.type, options.id);
+  const ImageView view = ViewSectionsOfType(image, options.type, "no " + what);
+  const std::vector<ItemCopy> copies = FindCopies(view, options.type, options.id);
+  if (copies.empty()) throw Failure("no copy of " + what + " lies in the flash", code::kItemNotFound);
+  if (options.copy) return DeliverCopy(options, copies, what);
+  if (options.json) {
+    Print(HistoryJson(options.type, options.id, copies));
+  } else {
+    PrintCopies(copies);
+  }
+  return kDone;
+}
+
+}  // namespace vok::tool

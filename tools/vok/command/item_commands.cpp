@@ -1,0 +1,83 @@
+#include <fmt/core.h>
+
+#include <algorithm>
+
+#include "command/commands.h"
+#include "image/image.h"
+#include "image/items.h"
+#include "image/mounting.h"
+#include "output/failure.h"
+#include "output/hex_dump.h"
+#include "output/json.h"
+#include "output/table.h"
+#include "output/terminal.h"
+#include "store/volume/layout.h"
+#include "vok/store.h"
+
+namespace vok::tool {
+
+namespace {
+
+/// The sections to list: the one that was named, or all that start-up can mount.
+std::vector<const Section*> SectionsToList(const SectionList& sections, const std::string& name) {
+  if (!name.empty()) return {&FindSection(sections, name)};
+  RequireAllMounted(sections);
+  std::vector<const Section*> listed;
+  for (const Section& section : sections.accepted)
+    if (section.IsMounted()) listed.push_back(&section);
+  return listed;
+}
+
+void PrintItems(const std::vector<SectionItems>& sections) {
+  using Align = Table::Align;
+  Table table({{"SECTION"}, {"TYPE", Align::kRight}, {"ID", Align::kRight}, {"LENGTH", Align::kRight}});
+  std::size_t count = 0;
+  for (const SectionItems& listed : sections) {
+    for (const ItemEntry& item : listed.items)
+      table.AddRow(
+          {listed.section->name, std::to_string(item.type), std::to_string(item.id), std::to_string(item.length)});
+    count += listed.items.size();
+  }
+  table.Print();
+  Print(fmt::format("{} items\n", count));
+}
+
+void DeliverItem(const Options& options, const Section& section, const Bytes& bytes) {
+  if (!options.output.empty() && options.output != "-") ReplaceFile(options.output, bytes);
+  if (options.output == "-") return PrintBytes(bytes);
+  if (options.json) {
+    const ItemEntry item{
+        .type = options.type, .id = options.id, .length = static_cast<u32>(bytes.size()), .crc32 = Crc32(bytes)};
+    return Print(ItemJson(section, item, bytes));
+  }
+  if (options.output.empty()) Print(HexDump(bytes));
+}
+
+}  // namespace
+
+int RunList(const Options& options) {
+  const LoadedImage image(options.image);
+  RequireSetUp(image.sections());
+  const SectionList sections = MountSections(MountPurpose::kRead);
+  std::vector<SectionItems> listed;
+  for (const Section* section : SectionsToList(sections, options.section))
+    listed.push_back({.section = section, .items = ListSection(*section)});
+  if (options.json) {
+    Print(ItemsJson(image.version(), listed));
+  } else {
+    PrintItems(listed);
+  }
+  return kDone;
+}
+
+int RunRead(const Options& options) {
+  const LoadedImage image(options.image);
+  RequireSetUp(image.sections());
+  const SectionList sections = MountSections(MountPurpose::kRead);
+  const std::string what = fmt::format("no item type {} ID {}", options.type, options.id);
+  const Section& section = SectionOfType(sections, options.type, what);
+  DeliverItem(options, section, ReadItemBytes(section, options.type, options.id));
+  return kDone;
+}
+
+}  // namespace vok::tool

@@ -1,0 +1,39 @@
+#include <fmt/core.h>
+
+#include <filesystem>
+
+#include "command/commands.h"
+#include "map/map_page.h"
+#include "map/map_svg.h"
+#include "map/map_terminal.h"
+#include "output/terminal.h"
+#include "output/view_json.h"
+#include "view/image_view.h"
+
+namespace vok::tool {
+
+namespace {
+
+void Deliver(const std::string& path, const std::string& text) {
+  if (path == "-") return Print(text);
+  ReplaceFile(path, AsBytes(text));
+  Say("wrote " + path);
+}
+
+}  // namespace
+
+int RunMap(const Options& options) {
+  const LoadedImage image(options.image);
+  const ImageView view = ViewImage(image);
+  if (!options.svg.empty()) Deliver(options.svg, MapSvg(view));
+  if (!options.html.empty())
+    Deliver(options.html, MapPage(view, std::filesystem::path(image.changed_path()).filename().string()));
+  if (options.json) {
+    Print(MapJson(view));
+  } else if (options.svg.empty() && options.html.empty()) {
+    PrintMap(view);
+  }
+  return kDone;
+}
+
+}  // namespace vok::tool

@@ -1,0 +1,69 @@
+#include <fmt/core.h>
+
+#include <optional>
+
+#include "command/commands.h"
+#include "filling.h"
+#include "image/fresh_image.h"
+#include "image/manifest.h"
+#include "image/mounting.h"
+#include "image/room.h"
+#include "output/failure.h"
+#include "output/terminal.h"
+#include "store/volume/layout.h"
+
+namespace vok::tool {
+
+namespace {
+
+/// The item for which a section had no room.
+struct NoRoom {
+  const PackedSection* section;
+  const PackedItem* item;
+  u16 code;
+};
+
+std::optional<NoRoom> Fill(const std::vector<PackedSection>& sections, FillOrder order) {
+  for (const PackedSection& section : sections) {
+    const auto refused = FillPartition(section.partition, AsNewItems(section.items), order);
+    if (!refused) continue;
+    const PackedItem& item = section.items[refused->index];
+    if (!IsNoRoom(refused->code)) throw Failure(fmt::format("{}: cannot write the item", item.where), refused->code);
+    return NoRoom{.section = &section, .item = &item, .code = refused->code};
+  }
+  return std::nullopt;
+}
+
+[[noreturn]] void ThrowNoRoom(const NoRoom& no_room) {
+  const u64 needed = RecordAndSlotSize(static_cast<u32>(no_room.item->bytes.size()));
+  throw Failure(fmt::format("{}: section {} has no room for the item: {}", no_room.item->where, no_room.section->name,
+                            RoomFigures(no_room.section->partition, needed)),
+                no_room.code);
+}
+
+/// Items that leave gaps in their own order may fit in another.
+void FillImage(FreshImage& image, const std::vector<PackedSection>& sections) {
+  if (!Fill(sections, FillOrder::kAsGiven)) return;
+  Say("no room in the manifest's order; packing as tightly as can be");
+  image.Format();
+  if (const auto no_room = Fill(sections, FillOrder::kTight)) ThrowNoRoom(*no_room);
+}
+
+}  // namespace
+
+int RunPack(const Options& options) {
+  const Manifest manifest(options.directory);
+  FreshImage image(manifest.psdt(), manifest.version());
+  const std::vector<PackedSection> sections = manifest.ReadItems(image.sections());
+  FillImage(image, sections);
+  RequireAllMounted(CheckMountSections());
+
+  ReplaceFile(options.output, options.as_dump ? image.Dump(manifest.codeplug_end())
+                                              : image.Range(manifest.codeplug_start(), manifest.codeplug_end()));
+  std::size_t count = 0;
+  for (const PackedSection& section : sections) count += section.items.size();
+  Print(fmt::format("{} items of {} sections in {}\n", count, sections.size(), options.output));
+  return kDone;
+}
+
+}  // namespace vok::tool

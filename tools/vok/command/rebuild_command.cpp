@@ -1,0 +1,39 @@
+#include "command/commands.h"
+#include "output/change_json.h"
+#include "output/rebuild_report.h"
+#include "output/terminal.h"
+
+namespace vok::tool {
+
+namespace {
+
+std::vector<RebuiltSection> SalvageNamed(const SectionList& sections, const std::string& name) {
+  if (name.empty()) return SalvageSections(sections);
+  return {SalvageSection(FindSection(sections, name))};
+}
+
+/// The deleted items and the damaged ones are not in the new bytes any more, so that the old ones stay.
+/// @return what was done, in words
+std::string WriteRebuilt(const LoadedImage& image, const std::string& output) {
+  const std::string kept = WriteKeepingInput(image, output);
+  return "wrote " + (output.empty() ? image.changed_path() : output) + (kept.empty() ? "" : ", kept " + kept);
+}
+
+}  // namespace
+
+int RunRebuild(const Options& options) {
+  const LoadedImage image(options.image);
+  RequireSetUp(image.sections());
+  const std::vector<RebuiltSection> sections = SalvageNamed(image.sections(), options.section);
+  Rebuild(image, sections);
+  const std::string what = WriteRebuilt(image, options.output);
+  if (options.json) {
+    Print(RebuiltJson(image.version(), sections));
+  } else {
+    PrintRebuilt(sections);
+    Print('\n' + what + '\n');
+  }
+  return kDone;
+}
+
+}  // namespace vok::tool

@@ -1,0 +1,61 @@
+#include <fmt/core.h>
+
+#include "command/commands.h"
+#include "image/image.h"
+#include "image/lost_items.h"
+#include "image/mounting.h"
+#include "output/json.h"
+#include "output/report.h"
+#include "output/terminal.h"
+
+namespace vok::tool {
+
+namespace {
+
+/// A section that does not mount may still hold items.
+void RequireRepaired(const SectionList& mounted, const std::vector<RebuiltSection>& before) {
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    if (!IsMountable(mounted.accepted[i])) continue;
+    const std::size_t count = before[i].salvaged.items.size();
+    RequireMounted(mounted.accepted[i],
+                   count == 0 ? "" : fmt::format("; vok repair --rebuild gets {} items out of it", count));
+  }
+}
+
+/// @return what was done, to begin a sentence with
+std::string WriteRepaired(const LoadedImage& image, const std::string& output, const std::vector<LostItems>& lost) {
+  if (output.empty() && !image.HasChanged()) return "nothing to repair; ";
+  WriteChanged(image, output, lost);
+  return "wrote " + (output.empty() ? image.changed_path() : output) + "; ";
+}
+
+}  // namespace
+
+int RunRepair(const Options& options) {
+  if (options.rebuild) return RunRebuild(options);
+  const LoadedImage image(options.image);
+  RequireSetUp(image.sections());
+  std::vector<SectionReport> reports = InspectSections(image.sections());
+  const std::vector<RebuiltSection> before = SalvageSections(image.sections());
+  const SectionList mounted = MountSections(MountPurpose::kRepair);
+  RequireRepaired(mounted, before);
+  const std::vector<LostItems> lost = FindLostItems(before, mounted);
+  for (std::size_t i = 0; i < reports.size(); ++i) reports[i].code = mounted.accepted[i].mount_code;
+
+  std::vector<SectionReport> left = InspectSections(mounted);
+  const SectionList checked = CheckMountSections();
+  for (std::size_t i = 0; i < left.size(); ++i) left[i].code = checked.accepted[i].mount_code;
+
+  const bool clean = IsClean(left);
+  const std::string what =
+      WriteRepaired(image, options.output, lost) + (clean ? "clean now" : "a check still finds something");
+  if (options.json) {
+    Print(ReportJson(image.version(), clean, reports));
+  } else {
+    PrintReport(reports);
+    Print('\n' + what + '\n');
+  }
+  return kDone;
+}
+
+}  // namespace vok::tool

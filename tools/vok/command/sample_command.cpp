@@ -1,0 +1,30 @@
+#include <fmt/core.h>
+
+#include <filesystem>
+
+#include "command/commands.h"
+#include "image/mounting.h"
+#include "image/sample.h"
+#include "output/failure.h"
+#include "output/json.h"
+#include "output/terminal.h"
+
+namespace vok::tool {
+
+int RunSample(const Options& options) {
+  const Description description = SampleDescription();
+  const ImageBytes psdt = PsdtOf(description);
+  const FreshImage image(psdt, description.version);
+  FillSample(image);
+  RequireAllMounted(CheckMountSections());
+
+  std::error_code error;
+  std::filesystem::create_directories(options.directory, error);
+  if (error)
+    throw Failure(fmt::format("cannot make {}: {}", options.directory, error.message()), code::kInvalidParameter);
+  ReplaceFile(options.directory + '/' + kPsdtFileName, psdt.bytes);
+  ReplaceFile(options.directory + "/codeplug.bin", image.Range(image.start(), image.end()));
+  return kDone;
+}
+
+}  // namespace vok::tool

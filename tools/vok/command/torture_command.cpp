@@ -1,0 +1,83 @@
+#include <fmt/core.h>
+
+#include "command/commands.h"
+#include "image/torture.h"
+#include "output/table.h"
+#include "output/terminal.h"
+#include "output/torture_json.h"
+
+namespace vok::tool {
+
+namespace {
+
+/// The operations by their names, which the command line has looked at.
+std::vector<const sweep::Operation*> OperationsOf(const Options& options) {
+  std::vector<const sweep::Operation*> chosen;
+  for (const std::string& name : options.operations) {
+    if (name == kAllOperations) return TortureOperations();
+    chosen.push_back(sweep::FindOperation(name));
+  }
+  return chosen;
+}
+
+std::string Cell(u64 count) { return count != 0 ? std::to_string(count) : ""; }
+
+void PrintPlaces(const TortureResult& result) {
+  using Align = Table::Align;
+  std::vector<Table::Column> columns = {{"THE FIRST CUT STEP WRITES"}, {"CUTS", Align::kRight}};
+  for (u32 outcome = 0; outcome < sweep::kOutcomeCount; ++outcome)
+    columns.push_back({sweep::TextOf(static_cast<sweep::Outcome>(outcome)), Align::kRight});
+  Table table(std::move(columns));
+  for (u32 place = 0; place < sweep::kPlaceCount; ++place) {
+    const auto& outcomes = result.tally.cases[0][sweep::IndexOf(*result.operation)][place];
+    u64 sum = 0;
+    for (const u64 count : outcomes) sum += count;
+    if (sum == 0) continue;
+    std::vector<std::string> row = {sweep::TextOf(static_cast<sweep::Place>(place)), std::to_string(sum)};
+    for (const u64 count : outcomes) row.push_back(Cell(count));
+    table.AddRow(std::move(row));
+  }
+  table.Print();
+}
+
+void PrintKnownEnds(const sweep::Tally& tally) {
+  for (u32 end = 0; end < sweep::kKnownEndCount; ++end) {
+    const u64 count = tally.ends[0][end] + tally.ends[1][end] + tally.ends[2][end];
+    const sweep::KnownEndText text = sweep::TextOf(static_cast<sweep::KnownEnd>(end));
+    if (count != 0) Print(fmt::format("  known end, {} cases: {}\n    {}\n", count, text.rule, text.outcome));
+  }
+}
+
+void PrintResult(const TortureResult& result) {
+  const sweep::Tally& tally = result.tally;
+  Print(fmt::format("\n{}\n", result.operation->title));
+  PrintPlaces(result);
+  Print(fmt::format("  {} cut images: {} after one cut, {} after a second in the repair, {} chains of 3 to 6{}\n",
+                    tally.images, tally.CasesAt(0), tally.CasesAt(1), tally.CasesAt(2),
+                    result.whole ? "" : "; stopped by the time limit"));
+  PrintKnownEnds(tally);
+  for (const std::string& fault : result.faults) Print("  FAULT " + fault + '\n');
+}
+
+}  // namespace
+
+int RunTorture(const Options& options) {
+  const std::vector<const sweep::Operation*> operations = OperationsOf(options);
+  const TortureSubject subject = LoadTortureSubject(options);
+  std::vector<TortureResult> results;
+  u64 faults = 0;
+  for (const sweep::Operation* const operation : operations) {
+    Say(fmt::format("cutting {} in section {}", operation->name, subject.section));
+    results.push_back(Torture(subject, *operation, options.seconds));
+    faults += results.back().tally.faults;
+    if (!options.json) PrintResult(results.back());
+  }
+  if (options.json) {
+    Print(TortureJson(subject.section, results));
+  } else {
+    Print(fmt::format("\nsection {}: {} faults; the image is as it was\n", subject.section, faults));
+  }
+  return faults == 0 ? kDone : kFailed;
+}
+
+}  // namespace vok::tool

@@ -1,0 +1,54 @@
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "command/commands.h"
+#include "image/image.h"
+#include "image/items.h"
+#include "image/mounting.h"
+#include "image/staging.h"
+#include "output/json.h"
+#include "output/terminal.h"
+
+namespace vok::tool {
+
+namespace {
+
+SectionItems UnpackSection(const Section& section, const std::filesystem::path& directory) {
+  SectionItems unpacked{.section = &section, .items = {}};
+  if (!section.IsMounted()) return unpacked;
+  std::filesystem::create_directory(directory / section.name);
+  VisitItems(section, [&](const ItemEntry& item, const Bytes& bytes) {
+    WriteNewFile(directory / ItemFileName(section, item), bytes);
+    unpacked.items.push_back(item);
+  });
+  // The order in flash is lost when the items are packed again; this one is not.
+  std::sort(unpacked.items.begin(), unpacked.items.end(),
+            [](const ItemEntry& a, const ItemEntry& b) { return std::pair(a.type, a.id) < std::pair(b.type, b.id); });
+  return unpacked;
+}
+
+}  // namespace
+
+int RunUnpack(const Options& options) {
+  const LoadedImage image(options.image);
+  RequireSetUp(image.sections());
+  const SectionList sections = MountSections(MountPurpose::kRead);
+  if (!options.skip_unmounted) RequireAllMounted(sections);
+
+  StagingDirectory directory(options.directory, options.force ? Existing::kReplace : Existing::kRefuse);
+  std::vector<SectionItems> unpacked;
+  std::size_t count = 0;
+  for (const Section& section : sections.accepted) {
+    unpacked.push_back(UnpackSection(section, directory.path()));
+    count += unpacked.back().items.size();
+  }
+  WriteNewFile(directory.path() / kPsdtFileName, image.psdt().bytes);
+  WriteNewFile(directory.path() / "manifest.json", AsBytes(ManifestJson(image, unpacked)));
+  directory.Publish();
+  Print(fmt::format("{} items of {} sections in {}\n", count, unpacked.size(), options.directory));
+  return kDone;
+}
+
+}  // namespace vok::tool

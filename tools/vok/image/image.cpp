@@ -1,0 +1,146 @@
+#include "image/image.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+
+#include "flash/image.h"
+#include "image/store_version.h"
+#include "output/failure.h"
+#include "output/terminal.h"
+
+namespace vok::tool {
+
+namespace {
+
+/// What of @p image lies outside the PSDT's bytes: before and after them.
+template <typename Use>
+void ForBytesOutside(const ImageBytes& psdt, u64 start, u64 end, Use use) {
+  const u64 before = std::min<u64>(end, psdt.address);
+  const u64 after = std::max<u64>(start, psdt.end());
+  if (start < before) use(start, before);
+  if (after < end) use(after, end);
+}
+
+}  // namespace
+
+LoadedImage::LoadedImage(const ImageArguments& arguments) : is_dump_(arguments.IsDump()) {
+  if (is_dump_) {
+    LoadDump(arguments);
+  } else {
+    LoadPair(arguments);
+  }
+  SettleVersion(arguments.store_version);
+  LoadContents();
+  sections_ = SetUpSections();
+  RequireWholeSections();
+}
+
+void LoadedImage::LoadDump(const ImageArguments& arguments) {
+  contents_ = {.path = arguments.dump, .bytes = ReadFile(arguments.dump)};
+  RequireInFlash(contents_, "dump");
+  psdt_ = {.path = arguments.dump, .bytes = {}, .address = arguments.psdt_address};
+  if (!InFlash(psdt_.address, kPsdtLengthInDump) || !contents_.Covers(psdt_.address, psdt_.address + kPsdtLengthInDump))
+    throw Failure(fmt::format("dump {} ends at {}: no PSDT at {}", contents_.path, HexAddress(contents_.end()),
+                              HexAddress(psdt_.address)),
+                  code::kInvalidParameter);
+  const auto first = contents_.bytes.begin() + static_cast<std::ptrdiff_t>(psdt_.address);
+  psdt_.bytes.assign(first, first + kPsdtLengthInDump);
+  LoadPsdt(worker_, psdt_);
+}
+
+void LoadedImage::LoadPair(const ImageArguments& arguments) {
+  psdt_ = {.path = arguments.psdt.path,
+           .bytes = ReadFile(arguments.psdt.path),
+           .address = arguments.psdt.address.value_or(ImageArguments::kDefaultPsdtAddress)};
+  contents_ = {.path = arguments.codeplug.path, .bytes = ReadFile(arguments.codeplug.path)};
+  LoadPsdt(worker_, psdt_);
+  if (arguments.codeplug.address) {
+    contents_.address = *arguments.codeplug.address;
+  } else {
+    PlaceCodeplug(contents_, arguments.store_version);
+  }
+  RequireInFlash(contents_, "codeplug");
+}
+
+void LoadPsdt(VokWorker& worker, const ImageBytes& psdt) {
+  RequireInFlash(psdt, "PSDT");
+  const u16 code =
+      worker.LoadPSDT(psdt.bytes.data(), static_cast<u32>(psdt.bytes.size()), static_cast<u32>(psdt.address));
+  if (code == code::kOk) return;
+  const std::string what = fmt::format("PSDT {} at {}", psdt.path, HexAddress(psdt.address));
+  const Bytes magic = {'P', 'H', 'D', 'R'};
+  if (!std::equal(magic.begin(), magic.end(), psdt.bytes.begin(),
+                  psdt.bytes.begin() + std::min<std::ptrdiff_t>(4, std::ssize(psdt.bytes))))
+    throw Failure(what + " does not begin with the magic PHDR", code);
+  throw Failure(fmt::format("{} is too short for its records, or has too many: {} bytes", what, psdt.bytes.size()),
+                code);
+}
+
+void LoadedImage::SettleVersion(u16 wanted) {
+  const VersionCount count = CountVersions(contents_);
+  version_ = wanted != 0 ? wanted : MostFrequent(count);
+  Say(fmt::format("blocks with store version 1: {}, 2: {}, 3: {}; using {}", count[1], count[2], count[3], version_));
+  if (version_ == 0)
+    throw Failure(fmt::format("no block of {} carries a store version (--store-version names one)", contents_.path),
+                  code::kNeedsCreate);
+  worker_.SetBlockVOKVersion(static_cast<u32>(contents_.address), version_);
+}
+
+void LoadedImage::LoadContents() {
+  Say(fmt::format("{} lies at {} to {}", contents_.path, HexAddress(contents_.address), HexAddress(contents_.end())));
+  ForBytesOutside(psdt_, contents_.address, contents_.end(), [this](u64 start, u64 end) {
+    u16 ignored = 0;
+    worker_.GetCodeplugVOKVersion(contents_.bytes.data() + (start - contents_.address), static_cast<u32>(end - start),
+                                  static_cast<u32>(start), ignored);
+  });
+}
+
+void LoadedImage::RequireWholeSections() const {
+  for (const Section& section : sections_.accepted) {
+    if (contents_.Covers(section.entry.start, section.end())) continue;
+    throw Failure(fmt::format("{} holds {} to {}, not the whole of section {} ({} to {})", contents_.path,
+                              HexAddress(contents_.address), HexAddress(contents_.end()), section.name,
+                              HexAddress(section.entry.start), HexAddress(section.end())),
+                  code::kInvalidParameter);
+  }
+}
+
+u32 LoadedImage::codeplug_start() const {
+  if (!is_dump_) return static_cast<u32>(contents_.address);
+  u32 start = kFlashSize;
+  for (const Section& section : sections_.accepted) start = std::min(start, section.entry.start);
+  return start;
+}
+
+u32 LoadedImage::codeplug_end() const {
+  u64 end = is_dump_ ? codeplug_start() : contents_.end();
+  for (const Section& section : sections_.accepted) end = std::max(end, section.end());
+  return static_cast<u32>(end);
+}
+
+Bytes LoadedImage::CurrentBytes() const {
+  Bytes bytes = contents_.bytes;
+  ForBytesOutside(psdt_, contents_.address, contents_.end(), [&](u64 start, u64 end) {
+    CopyFromFlash(bytes.data() + (start - contents_.address), start, static_cast<u32>(end - start));
+  });
+  return bytes;
+}
+
+std::string WriteKeepingInput(const LoadedImage& image, const std::string& output) {
+  const std::string& target = output.empty() ? image.changed_path() : output;
+  std::error_code ignored;
+  if (output.empty() || std::filesystem::equivalent(output, image.changed_path(), ignored))
+    return ReplaceKeeping(target, image.original(), image.CurrentBytes());
+  ReplaceFile(target, image.CurrentBytes());
+  return "";
+}
+
+void RequireSetUp(const SectionList& sections) {
+  if (sections.setup_code == code::kOk) return;
+  const char* const why =
+      sections.accepted.empty() ? "none is accepted" : "their partition numbers, block counts or addresses are wrong";
+  throw Failure(fmt::format("the PSDT's sections cannot be set up: {}", why), sections.setup_code);
+}
+
+}  // namespace vok::tool

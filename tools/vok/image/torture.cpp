@@ -1,0 +1,153 @@
+#include "image/torture.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+
+#include "checks.h"
+#include "flash/image.h"
+#include "image/changed_image.h"
+#include "image/items.h"
+#include "output/failure.h"
+#include "store/volume/layout.h"
+
+namespace vok::tool {
+
+namespace {
+
+/// Everything at depth one; a second cut before and twice inside each step of each repair; chains.
+constexpr sweep::Plan kPlan = {.bulk_tears = 0, .second_cuts = sweep::kEveryStep, .second_tears = 2, .chains = 256};
+
+/// Where the sweep's partition begins leaves less than the whole flash to it.
+constexpr u32 kLargestSection = 0x1F00000;
+
+const Section& ChooseSection(const Options& options, const SectionList& sections) {
+  if (!options.section.empty()) return FindSection(sections, options.section);
+  if (options.item) return SectionOfType(sections, options.item->type, "no item to change");
+  for (const Section& section : sections.accepted)
+    if (section.IsMounted() && !section.IsReadOnly()) return section;
+  throw Failure("no read-write section is mounted", code::kInvalidPartition);
+}
+
+void RequireFit(const Section& section) {
+  RequireMounted(section);
+  const std::string what = fmt::format("section {} cannot be tried: ", section.name);
+  if (section.IsReadOnly()) throw Failure(what + "it is read-only", code::kReadOnly);
+  if (section.entry.block_size != CurrentLayout().erase_size)
+    throw Failure(what + "its blocks are not of the erase size", code::kInvalidParameter);
+  if (section.end() - section.entry.start > kLargestSection)
+    throw Failure(what + "it is too large", code::kInvalidParameter);
+}
+
+/// The item that is changed: the one asked for, else the shortest that every operation can change.
+sweep::ItemName ChooseItem(const Options& options, const sweep::Items& items) {
+  if (options.item) {
+    const sweep::ItemName name = {options.item->type, options.item->id};
+    const auto found = items.find(name);
+    const std::string what = fmt::format("item type {} ID {}", name.type, name.id);
+    if (found == items.end()) throw Failure("no " + what, code::kItemNotFound);
+    if (found->second.size() < sweep::kShortestChanged)
+      throw Failure(fmt::format("{} is too short: {} bytes or more are needed", what, sweep::kShortestChanged),
+                    code::kInvalidParameter);
+    return name;
+  }
+  const sweep::Items::value_type* shortest = nullptr;
+  for (const auto& item : items)
+    if (item.second.size() >= sweep::kShortestChanged &&
+        (shortest == nullptr || item.second.size() < shortest->second.size()))
+      shortest = &item;
+  return shortest != nullptr ? shortest->first : sweep::ItemName{1, 0};
+}
+
+sweep::ItemName FreshName(const sweep::Items& items, sweep::ItemName like) {
+  sweep::ItemName name = {like.type, 0};
+  while (items.contains(name)) ++name.id;
+  return name;
+}
+
+/// The block that a reorganisation would take: the Active one with most dead bytes.
+u16 ChooseBlock(const sweep::Partition& partition) {
+  std::size_t chosen = 0;
+  for (std::size_t i = 0; i < partition.blocks.size(); ++i) {
+    const bool is_active = partition.blocks[i].state == partition.version->active;
+    const bool has_one = partition.blocks[chosen].state == partition.version->active;
+    if (is_active && (!has_one || partition.blocks[i].dead_bytes > partition.blocks[chosen].dead_bytes)) chosen = i;
+  }
+  return static_cast<u16>(chosen);
+}
+
+sweep::Inputs MakeInputs(const Options& options, const sweep::Partition& partition) {
+  const sweep::Items items = sweep::ItemsOf(partition);
+  const sweep::ItemName changed = ChooseItem(options, items);
+  const auto found = items.find(changed);
+  constexpr u64 kSeed = 1;
+  sweep::Inputs inputs(kSeed, changed, found != items.end() ? found->second : Bytes(sweep::kShortestChanged));
+  inputs.fresh = FreshName(items, changed);
+  inputs.block = ChooseBlock(partition);
+  return inputs;
+}
+
+sweep::Scenario MakeScenario(sweep::Rig& rig, const TortureSubject& subject, const sweep::Operation& operation) {
+  rig.Configure(subject.geometry);
+  sweep::Scenario scenario{.id = fmt::format("{}/{}", subject.section, operation.name),
+                           .geometry = subject.geometry,
+                           .operation = &operation,
+                           .inputs = subject.inputs,
+                           .base = subject.bytes,
+                           .before = sweep::ItemsOf(sweep::ReadPartition(rig.version(), subject.bytes))};
+  const std::string trouble = sweep::Complete(rig, scenario);
+  if (!trouble.empty())
+    throw Failure(fmt::format("{} cannot be tried in section {}: {}", operation.name, subject.section, trouble),
+                  code::kInvalidParameter);
+  return scenario;
+}
+
+/// What is wrong with the section before any cut would be found after each of them.
+void RequireSound(sweep::Rig& rig, const sweep::Scenario& scenario, const std::string& section) {
+  sweep::Sweep sweep(rig, {}, [](const std::string&) {});
+  std::string last;
+  if (sweep.RunOne(scenario, {{0, 0}}, [&](const std::string& line) { last = line; }) != 0)
+    throw Failure(fmt::format("section {} is not sound before any cut: {}", section, last), code::kNeedsRepair);
+}
+
+}  // namespace
+
+std::vector<const sweep::Operation*> TortureOperations() {
+  std::vector<const sweep::Operation*> chosen;
+  for (const sweep::Operation& operation : sweep::Operations()) {
+    const auto does_the_same = [&](const sweep::Operation* other) { return other->run == operation.run; };
+    // What begins on erased flash has nothing to do with the section.
+    if (operation.start != sweep::Start::kTerminated && std::none_of(chosen.begin(), chosen.end(), does_the_same))
+      chosen.push_back(&operation);
+  }
+  return chosen;
+}
+
+TortureSubject LoadTortureSubject(const Options& options) {
+  const ChangedImage image(options.image);
+  const Section& section = ChooseSection(options, image.sections());
+  RequireFit(section);
+  const auto length = static_cast<u32>(section.end() - section.entry.start);
+  Bytes bytes(length);
+  CopyFromFlash(bytes.data(), section.entry.start, length);
+  const sweep::Geometry geometry = {
+      .version = CurrentLayout().version, .blocks = section.entry.block_count, .directory = false};
+  sweep::Inputs inputs = MakeInputs(options, sweep::ReadPartition(sweep::VersionOf(geometry.version), bytes));
+  return {.section = section.name, .geometry = geometry, .bytes = std::move(bytes), .inputs = std::move(inputs)};
+}
+
+TortureResult Torture(const TortureSubject& subject, const sweep::Operation& operation, u32 seconds) {
+  sweep::Rig rig;
+  const sweep::Scenario scenario = MakeScenario(rig, subject, operation);
+  RequireSound(rig, scenario, subject.section);
+  sweep::Share share;
+  if (seconds != 0) share.deadline = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+  TortureResult result{.operation = &operation, .tally = {}, .faults = {}, .whole = false};
+  sweep::Sweep sweep(rig, share, [&](const std::string& line) { result.faults.push_back(line); });
+  sweep.Run(scenario, kPlan);
+  result.whole = !sweep.IsOver();
+  result.tally = sweep.TakeTally();
+  return result;
+}
+
+}  // namespace vok::tool

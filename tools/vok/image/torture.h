@@ -1,0 +1,43 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "command/options.h"
+#include "sweep.h"
+
+/// Power cuts on a copy of a section: what the store makes of them on the very bytes of a user's image.
+
+namespace vok::tool {
+
+/// What is tried, and on what.
+struct TortureSubject {
+  std::string section;
+  sweep::Geometry geometry;
+  sweep::Bytes bytes;  ///< of the section, after a repair mount
+  sweep::Inputs inputs;
+};
+
+/// What came of one operation.
+struct TortureResult {
+  const sweep::Operation* operation;
+  sweep::Tally tally;
+  std::vector<std::string> faults;  ///< a line each
+  bool whole;                       ///< every case was tried
+};
+
+/// In place of an operation's name.
+inline constexpr const char* kAllOperations = "all";
+
+/// The operations that can be tried on any section.
+std::vector<const sweep::Operation*> TortureOperations();
+
+/// Takes the section out of the image that the options name. Nothing is written to any file.
+/// @throws Failure when it cannot be mounted, is read-only, or has no such item
+TortureSubject LoadTortureSubject(const Options& options);
+
+/// Cuts the operation at and inside every step, its repair at every step, and both in seeded chains.
+/// @throws Failure when the operation cannot be done in the section
+TortureResult Torture(const TortureSubject& subject, const sweep::Operation& operation, u32 seconds);
+
+}  // namespace vok::tool

@@ -1,0 +1,37 @@
+#include "map/screen.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <optional>
+#include <string_view>
+
+#include "command/number.h"
+
+namespace vok::tool {
+
+namespace {
+
+constexpr std::size_t kUsualWidth = 80;
+constexpr std::size_t kGreatestWidth = 1000;
+
+std::string_view Environment(const char* name) {
+  const char* const value = std::getenv(name);
+  return value != nullptr ? value : "";
+}
+
+}  // namespace
+
+bool HasColour() {
+  return ::isatty(STDOUT_FILENO) == 1 && Environment("NO_COLOR").empty() && Environment("TERM") != "dumb";
+}
+
+std::size_t ScreenWidth() {
+  winsize window{};
+  if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_col != 0) return window.ws_col;
+  const std::optional<u64> columns = ParseNumber(Environment("COLUMNS"));
+  return columns && *columns != 0 && *columns <= kGreatestWidth ? static_cast<std::size_t>(*columns) : kUsualWidth;
+}
+
+}  // namespace vok::tool
