@@ -1,6 +1,5 @@
 #pragma once
 
-#include <compare>
 #include <cstdint>
 #include <map>
 #include <vector>
@@ -19,10 +18,22 @@ using Bytes = std::vector<u8>;
 struct ItemName {
   u16 type;
   u16 id;
-  auto operator<=>(const ItemName&) const = default;
+  bool operator==(const ItemName&) const = default;
+  bool operator<(const ItemName& other) const { return type != other.type ? type < other.type : id < other.id; }
 };
 
 using Items = std::map<ItemName, Bytes>;
+
+/// @return null when there is no such item
+inline const Bytes* Find(const Items& items, ItemName name) {
+  const auto found = items.find(name);
+  return found != items.end() ? &found->second : nullptr;
+}
+
+/// Whether two findings are alike: the same bytes, or no item at all.
+inline bool Same(const Bytes* one, const Bytes* other) {
+  return one == nullptr || other == nullptr ? one == other : *one == *other;
+}
 
 /// Pseudo-random numbers that are the same everywhere: every case is reproduced from its seed.
 class Random {

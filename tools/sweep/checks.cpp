@@ -11,11 +11,6 @@ std::string Name(const char* text, ItemName name) {
   return result.append(" ").append(std::to_string(name.type)).append("/").append(std::to_string(name.id));
 }
 
-std::optional<Bytes> Find(const Items& items, ItemName name) {
-  const auto found = items.find(name);
-  return found != items.end() ? std::optional(found->second) : std::nullopt;
-}
-
 std::set<ItemName> AllNames(const Scenario& scenario, const Items& now) {
   std::set<ItemName> names;
   for (const Items* items : {&scenario.before, &scenario.after, &now})
@@ -51,6 +46,32 @@ std::string Conclude(const Scenario& scenario, const Aftermath& aftermath, const
   return "";
 }
 
+/// What an item is, was before the operation and is after it; null = not there.
+struct Findings {
+  const Bytes* now;
+  const Bytes* before;
+  const Bytes* after;
+};
+
+/// Judges one item, or counts it when the operation changes it. @return what is wrong
+std::string CheckItem(const Aftermath& aftermath, ItemName name, const Findings& item, Tally& tally) {
+  const bool is_old = Same(item.now, item.before), is_new = Same(item.now, item.after);
+  if (aftermath.IsLost(name)) return item.now != nullptr ? "a lost item is back:" : "";
+  if (aftermath.revived().contains(name))
+    return is_old || is_new || Same(item.now, Find(aftermath.revived(), name)) ? "" : "an item is neither old nor new:";
+  if (Same(item.before, item.after)) {
+    if (is_old) return "";
+    if (item.before == nullptr) return "an item that never was:";
+    return item.now != nullptr ? "an item changed:" : "an item is gone:";
+  }
+  ++tally.changed;
+  tally.old += is_old;
+  tally.fresh += is_new;
+  tally.absent += item.now == nullptr;
+  tally.mixed += item.now != nullptr && Same(item.now, Find(aftermath.mixed(), name));
+  return "";
+}
+
 void ReopenBehindPlaceholder(const Version& version, Block& block) {
   if (block.next_slot != 0 || block.slots.empty() || block.tail_written) return;
   const Slot& last = block.slots.back();
@@ -78,22 +99,9 @@ std::string CheckItems(const Scenario& scenario, const Aftermath& aftermath, con
     if (!aftermath.revived().contains(name)) return Name("two Valid copies:", name);
   Tally tally;
   for (ItemName name : AllNames(scenario, now)) {
-    const auto item = Find(now, name), before = Find(scenario.before, name), after = Find(scenario.after, name);
-    if (aftermath.IsLost(name)) {
-      if (item) return Name("a lost item is back:", name);
-    } else if (aftermath.revived().contains(name)) {
-      if (item != before && item != after && item != Find(aftermath.revived(), name))
-        return Name("an item is neither old nor new:", name);
-    } else if (before == after) {
-      if (item != before)
-        return Name(!before ? "an item that never was:" : item ? "an item changed:" : "an item is gone:", name);
-    } else {
-      ++tally.changed;
-      tally.old += item == before;
-      tally.fresh += item == after;
-      tally.absent += !item;
-      tally.mixed += item && item == Find(aftermath.mixed(), name);
-    }
+    const Findings found = {Find(now, name), Find(scenario.before, name), Find(scenario.after, name)};
+    const std::string fault = CheckItem(aftermath, name, found, tally);
+    if (!fault.empty()) return Name(fault.c_str(), name);
   }
   for (const Block& block : flash.blocks)
     for (const Slot& slot : block.slots)
@@ -103,8 +111,8 @@ std::string CheckItems(const Scenario& scenario, const Aftermath& aftermath, con
 
 std::string CheckBystanders(const Scenario& scenario, const Aftermath& aftermath, const Items& items) {
   for (const auto& [name, bytes] : scenario.before) {
-    if (Find(scenario.after, name) != bytes || aftermath.IsLost(name)) continue;
-    if (Find(items, name) != bytes) return Name("an item changed or is gone:", name);
+    if (!Same(Find(scenario.after, name), &bytes) || aftermath.IsLost(name)) continue;
+    if (!Same(Find(items, name), &bytes)) return Name("an item changed or is gone:", name);
   }
   return "";
 }

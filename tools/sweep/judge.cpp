@@ -78,7 +78,7 @@ std::string Session::Repair(bool record_repair, Verdict& verdict) {
 /// A mount that fails must be a known end, change nothing the next time and answer the same.
 std::string Session::CheckUnmounted(u16 code) {
   const Partition flash = rig_.Read();
-  const std::string text = "the repair mount gave " + std::to_string(code);
+  std::string text = "the repair mount gave " + std::to_string(code);
   const Items items = ItemsOf(flash);
   bool known = code == kMountFailure && aftermath_.HasRevivedJournal();
   if (code == kInternalError && HasNoRoomToMove(flash)) {

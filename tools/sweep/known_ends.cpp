@@ -39,10 +39,7 @@ bool HasCopyElsewhere(const Partition& flash, const Block& but, ItemName name) {
   return false;
 }
 
-bool Holds(const Items& items, const Items::value_type& item) {
-  const auto found = items.find(item.first);
-  return found != items.end() && found->second == item.second;
-}
+bool Holds(const Items& items, const Items::value_type& item) { return Same(Find(items, item.first), &item.second); }
 
 /// Whether a state word has some but not all of the bits cleared that the step between two states clears.
 bool IsHalfStep(u16 from, u16 to, u16 state) {

@@ -78,6 +78,20 @@ Block ReadBlock(const Version& version, std::span<const u8> bytes, u32 offset) {
   return block;
 }
 
+u32 ItemOverhead(const Version& version) { return 2 * version.word + 4; }
+
+u32 Less(u32 from, u32 what) { return from > what ? from - what : 0; }
+
+void AddRoom(const Version& version, const Block& block, std::array<u32, 4>& room) {
+  const u32 now = block.room(version);
+  const u32 item_now = Less(now, ItemOverhead(version));
+  room[0] += now;
+  room[1] += now + block.dead_bytes;
+  room[2] = std::max(room[2], item_now);
+  room[3] =
+      std::max(room[3], item_now != 0 ? item_now + block.dead_bytes : Less(block.dead_bytes, ItemOverhead(version)));
+}
+
 }  // namespace
 
 const Version& VersionOf(u32 number) { return kVersions.at(number - 1); }
@@ -116,25 +130,17 @@ Items ItemsOf(const Partition& partition, std::set<ItemName>* twice) {
 
 std::array<u32, 4> RoomOf(const Partition& partition) {
   const Version& version = *partition.version;
-  const u32 item_overhead = 2 * version.word + 4;
   const u32 empty_block = version.block_size - version.word - kHeaderSize;
   std::array<u32, 4> room{};
   bool spare_met = false;
   for (const Block& block : partition.blocks) {
-    if (block.state == version.free) {
-      // The first Free block is held back as the spare of a reorganisation.
-      if (!std::exchange(spare_met, true)) continue;
+    // The first Free block is held back as the spare of a reorganisation.
+    if (block.state == version.free && std::exchange(spare_met, true)) {
       room[0] += empty_block;
       room[1] += empty_block;
-      room[2] = room[3] = empty_block - item_overhead;
+      room[2] = room[3] = empty_block - ItemOverhead(version);
     } else if (block.state == version.active) {
-      const u32 now = block.room(version);
-      room[0] += now;
-      room[1] += now + block.dead_bytes;
-      const u32 item_now = now > item_overhead ? now - item_overhead : 0;
-      const u32 dead_item = block.dead_bytes > item_overhead ? block.dead_bytes - item_overhead : 0;
-      room[2] = std::max(room[2], item_now);
-      room[3] = std::max(room[3], item_now != 0 ? item_now + block.dead_bytes : dead_item);
+      AddRoom(version, block, room);
     }
   }
   for (u32 i = 2; i < 4 && version.number == 1; ++i)

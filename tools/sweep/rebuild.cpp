@@ -1,6 +1,7 @@
 #include "rebuild.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "filling.h"
 #include "salvage.h"
@@ -24,15 +25,6 @@ std::string Rebuild(Rig& rig, const Bytes& flash) {
   return rig.Mount(1) == 0 ? "" : "a rebuilt partition does not mount clean";
 }
 
-const Bytes* Find(const Items& items, ItemName name) {
-  const auto found = items.find(name);
-  return found != items.end() ? &found->second : nullptr;
-}
-
-bool SameBytes(const Bytes* one, const Bytes* other) {
-  return one == nullptr || other == nullptr ? one == other : *one == *other;
-}
-
 /// Whether a Valid slot of any block still names these bytes.
 bool IsInFlash(const Partition& flash, ItemName name, const Bytes& bytes) {
   for (const Block& block : flash.blocks)
@@ -46,36 +38,48 @@ std::string Text(const char* what, ItemName name) {
   return std::string("a rebuild ") + what + ' ' + std::to_string(name.type) + '/' + std::to_string(name.id);
 }
 
-}  // namespace
-
-std::string CheckRebuild(Rig& rig, const Scenario& scenario, const Aftermath& aftermath, const Bytes& flash, u32 cuts) {
-  const std::string trouble = Rebuild(rig, flash);
-  if (!trouble.empty()) return trouble;
-  const Partition before_repair = ReadPartition(rig.version(), flash);
-  const Items items = ItemsOf(rig.Read());
-  const std::vector<ItemName> changed = ChangedNames(scenario);
-  const auto is_changed = [&](ItemName name) { return std::ranges::find(changed, name) != changed.end(); };
-
+/// The items that the operation does not change, and that there are no others.
+std::string CheckOthers(const Scenario& scenario, const Aftermath& aftermath, const Items& items,
+                        const std::function<bool(ItemName, const Bytes&)>& may_be_gone) {
   for (const auto& [name, bytes] : scenario.before) {
-    if (is_changed(name) || SameBytes(Find(items, name), &bytes)) continue;
-    if (cuts == 1 || IsInFlash(before_repair, name, bytes)) return Text("loses", name);
+    if (!Same(Find(scenario.after, name), &bytes) || Same(Find(items, name), &bytes)) continue;
+    if (!may_be_gone(name, bytes)) return Text("loses", name);
   }
   for (const auto& [name, bytes] : items)
     if (!scenario.before.contains(name) && !scenario.after.contains(name) && !aftermath.revived().contains(name))
       return Text("makes up", name);
-  bool all_old = true, all_new = true, special = false;
-  for (ItemName name : changed) {
+  return "";
+}
+
+/// The items that the operation changes: all old or all new.
+std::string CheckChanged(const Scenario& scenario, const Aftermath& aftermath, const Items& items, u32 cuts) {
+  bool all_old = true, all_new = true;
+  bool anything_goes = cuts > 1 || scenario.operation->order == Order::kEach;
+  for (ItemName name : ChangedNames(scenario)) {
     const Bytes* const now = Find(items, name);
-    const bool old = SameBytes(now, Find(scenario.before, name)), fresh = SameBytes(now, Find(scenario.after, name));
-    const bool known_end = now != nullptr && (SameBytes(now, Find(aftermath.mixed(), name)) ||
-                                              SameBytes(now, Find(aftermath.revived(), name)));
-    if (!old && !fresh && !known_end && (now != nullptr || cuts == 1)) return Text("gives neither old nor new:", name);
+    const bool old = Same(now, Find(scenario.before, name)), fresh = Same(now, Find(scenario.after, name));
+    const bool known = now != nullptr
+                           ? Same(now, Find(aftermath.mixed(), name)) || Same(now, Find(aftermath.revived(), name))
+                           : cuts > 1;
+    if (!old && !fresh && !known) return Text("gives neither old nor new:", name);
     all_old = all_old && old;
     all_new = all_new && fresh;
-    special = special || known_end;
+    anything_goes = anything_goes || known;
   }
-  if (all_old || all_new || special || cuts > 1 || scenario.operation->order == Order::kEach) return "";
-  return "a rebuild mixes old and new";
+  return all_old || all_new || anything_goes ? "" : "a rebuild mixes old and new";
+}
+
+}  // namespace
+
+std::string CheckRebuild(Rig& rig, const Scenario& scenario, const Aftermath& aftermath, const Bytes& flash, u32 cuts) {
+  std::string fault = Rebuild(rig, flash);
+  if (!fault.empty()) return fault;
+  const Partition before_repair = ReadPartition(rig.version(), flash);
+  const Items items = ItemsOf(rig.Read());
+  fault = CheckOthers(scenario, aftermath, items, [&](ItemName name, const Bytes& bytes) {
+    return cuts > 1 && !IsInFlash(before_repair, name, bytes);
+  });
+  return fault.empty() ? CheckChanged(scenario, aftermath, items, cuts) : fault;
 }
 
 }  // namespace vok::sweep
