@@ -141,6 +141,11 @@ u32 BytesLeft(Rig& rig, const Recipe& recipe, const Inputs& inputs) {
   return block_size;
 }
 
+/// Half of the cases, so that each operation, fill and version has its turn with and without one.
+bool HasDirectory(const Recipe& recipe) {
+  return (recipe.seed + recipe.version + IndexOf(*recipe.operation) + static_cast<u32>(recipe.fill)) % 2 == 0;
+}
+
 const char* TextOf(Fill fill) { return kFillTexts[static_cast<u32>(fill)]; }
 
 std::string NameOf(const Recipe& recipe) {
@@ -174,7 +179,7 @@ Scenario MakeScenario(Rig& rig, const Recipe& recipe) {
   const Preparation& preparation = PreparationOf(*recipe.operation);
   const Inputs inputs = InputsOf(recipe);
   const Geometry geometry = {
-      .version = recipe.version, .blocks = preparation.blocks, .directory = recipe.seed % 2 == 0};
+      .version = recipe.version, .blocks = preparation.blocks, .directory = HasDirectory(recipe)};
   rig.Configure(geometry);
   const u32 left = BytesLeft(rig, recipe, inputs);
   Builder builder(rig);
@@ -187,6 +192,8 @@ Scenario MakeScenario(Rig& rig, const Recipe& recipe) {
                     .before = builder.items()};
   const std::string trouble = Complete(rig, scenario);
   if (!trouble.empty()) throw std::logic_error(scenario.id + " uncut: " + trouble);
+  const bool takes_room = recipe.fill == Fill::kFull && preparation.blocks == 2 && left != 0;
+  if (takes_room && builder.Room() != 0) throw std::logic_error(scenario.id + ": the block is not full");
   return scenario;
 }
 

@@ -5,7 +5,9 @@
 #include "section_copies.h"
 
 /// The items that can be got out of a section as its bytes are, before any repair mount, and from which copy each.
-/// Deleted items stay deleted.
+/// Deleted items stay deleted, but for one case that the flash does not tell from another: a replacement found room for
+/// its copy and none for its marker, which leaves the copy unfinished, and then the item was deleted. That looks like a
+/// replacement without a marker that was cut off between its two copies, and the unfinished copy is taken.
 
 namespace vok::tool {
 

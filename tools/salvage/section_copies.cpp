@@ -4,6 +4,13 @@ namespace vok::tool {
 
 namespace {
 
+/// Whether a slot's state bits lie half way from Allocated to Valid, where a version stores each bit twice. Mounts take
+/// such a slot for dead.
+bool IsHalfCommitted(u32 word) {
+  const u32 valid_bits = CurrentLayout().valid_bits;
+  return (word & valid_bits) == valid_bits && !IsValid(word) && !IsUnfinished(word);
+}
+
 /// Whether a record may be one of an item that the store wrote.
 bool IsSoundItem(const CopyView& copy) {
   return copy.slot->IsSound() && copy.slot->record.length <= LargestItem(copy.block->size);
@@ -55,11 +62,6 @@ void AddBlock(const BlockView& block, SectionCopies& copies) {
 }
 
 }  // namespace
-
-bool IsHalfCommitted(u32 word) {
-  const u32 valid_bits = CurrentLayout().valid_bits;
-  return (word & valid_bits) == valid_bits && !IsValid(word) && !IsUnfinished(word);
-}
 
 SectionCopies SortCopies(std::span<const BlockView> blocks) {
   SectionCopies copies;

@@ -46,10 +46,6 @@ struct SectionCopies {
   std::vector<JournalEntry> journal;  ///< the Valid ones that a repair mount would find
 };
 
-/// Whether a slot's state bits lie half way from Allocated to Valid, where a version stores each bit twice. Mounts take
-/// such a slot for dead.
-bool IsHalfCommitted(u32 word);
-
 /// @param blocks  all blocks of the section, in order
 SectionCopies SortCopies(std::span<const BlockView> blocks);
 

@@ -109,12 +109,15 @@ std::string CheckItems(const Scenario& scenario, const Aftermath& aftermath, con
   return Conclude(scenario, aftermath, tally, outcome);
 }
 
-std::string CheckBystanders(const Scenario& scenario, const Aftermath& aftermath, const Items& items) {
-  for (const auto& [name, bytes] : scenario.before) {
-    if (!Same(Find(scenario.after, name), &bytes) || aftermath.IsLost(name)) continue;
-    if (!Same(Find(items, name), &bytes)) return Name("an item changed or is gone:", name);
+std::string CheckUnrepaired(const Scenario& scenario, const Aftermath& aftermath, const Items& items) {
+  Tally tally;
+  for (ItemName name : AllNames(scenario, items)) {
+    const Findings found = {Find(items, name), Find(scenario.before, name), Find(scenario.after, name)};
+    const std::string fault = CheckItem(aftermath, name, found, tally);
+    if (!fault.empty()) return Name(fault.c_str(), name);
   }
-  return "";
+  const bool all_known = tally.old + tally.fresh + tally.mixed == tally.changed;
+  return all_known || aftermath.Has(KnownEnd::kPlainGap) ? "" : "the changed item is neither old nor new";
 }
 
 std::string CheckReading(const Scenario& scenario, const Aftermath& aftermath, const Items& items) {

@@ -10,8 +10,9 @@ namespace vok::sweep {
 /// The items in the flash against those of the scenario (I1 to I6). @param outcome  out
 std::string CheckItems(const Scenario& scenario, const Aftermath& aftermath, const Partition& flash, Outcome& outcome);
 
-/// The items that the operation does not change (I1), whatever has become of the others.
-std::string CheckBystanders(const Scenario& scenario, const Aftermath& aftermath, const Items& items);
+/// The items of a partition that no longer mounts: those that the operation does not change (I1), and of the others
+/// that each is old, new, or what a known end makes of it.
+std::string CheckUnrepaired(const Scenario& scenario, const Aftermath& aftermath, const Items& items);
 
 /// What the store reads against the flash.
 std::string CheckReading(const Scenario& scenario, const Aftermath& aftermath, const Items& items);

@@ -28,7 +28,6 @@ void CuttingDevice::Begin(std::optional<CutPoint> cut, u64 seed, StepObserver* o
   observer_ = observer;
   steps_ = 0;
   powered_ = true;
-  misused_ = false;
 }
 
 std::uint16_t CuttingDevice::ProgramWord16(std::uint32_t address, std::uint16_t value) {
@@ -54,10 +53,9 @@ std::uint16_t CuttingDevice::EraseBlockDevice(std::uint32_t address) {
 
 void CuttingDevice::Make(StepKind kind, u32 address, std::span<const u8> after) {
   const bool inside = address >= base_ && address - base_ + after.size() <= bytes_.size();
-  if (!powered_ || !inside) {
-    misused_ = true;
-    throw PowerCut();
-  }
+  misused_ = misused_ || !powered_ || !inside;
+  if (!powered_) throw PowerCut();
+  if (!inside) return;
   const Step step{kind, address, std::span(bytes_).subspan(address - base_, after.size()), after};
   if (observer_ != nullptr) observer_->OnStep(step);
   if (cut_ && cut_->step == steps_) {

@@ -42,8 +42,9 @@ class CuttingDevice : public FlashDevice {
   /// Counts steps from 0 again and cuts the power at @p cut, if given.
   void Begin(std::optional<CutPoint> cut, u64 seed, StepObserver* observer);
   u32 steps() const { return steps_; }
-  /// Whether a step left the watched range, or one was tried without power.
+  /// Whether a step left the watched range, or one was tried without power, since the last Forget().
   bool misused() const { return misused_; }
+  void Forget() { misused_ = false; }
 
   std::uint16_t ProgramWord16(std::uint32_t address, std::uint16_t value) override;
   std::uint16_t ProgramByte(std::uint32_t address, std::uint8_t value) override;

@@ -32,11 +32,11 @@ class Session {
   Session(Rig& rig, const Scenario& scenario, Aftermath& aftermath)
       : rig_(rig), scenario_(scenario), aftermath_(aftermath), witness_(rig.version(), rig.device()) {}
 
-  Verdict Run(bool record_repair);
+  Verdict Run();
 
  private:
-  void PrepareWitness(bool record_repair);
-  std::string Repair(bool record_repair, Verdict& verdict);
+  void PrepareWitness();
+  std::string Repair();
   std::string CheckUnmounted(u16 code);
   std::string CheckMounted(Verdict& verdict, AfterRepair after_repair);
   std::string CheckRepaired();
@@ -58,19 +58,16 @@ u16 Session::Remount(u8 mode) {
   return rig_.Mount(mode);
 }
 
-void Session::PrepareWitness(bool record_repair) {
-  witness_.Record(record_repair);
+void Session::PrepareWitness() {
   const Partition flash = rig_.Read();
   hidden_journal_ = HasHiddenJournal(flash);
   AllowInRepair(scenario_, aftermath_, flash, witness_);
 }
 
-std::string Session::Repair(bool record_repair, Verdict& verdict) {
-  PrepareWitness(record_repair);
+std::string Session::Repair() {
+  PrepareWitness();
   rig_.device().Begin({}, 0, &witness_);
   const u16 code = rig_.Mount(kRepair);
-  verdict.repair = witness_.trace();
-  witness_.Record(false);
   mounted_ = code == 0;
   return mounted_ ? "" : CheckUnmounted(code);
 }
@@ -80,12 +77,12 @@ std::string Session::CheckUnmounted(u16 code) {
   const Partition flash = rig_.Read();
   std::string text = "the repair mount gave " + std::to_string(code);
   const Items items = ItemsOf(flash);
-  bool known = code == kMountFailure && aftermath_.HasRevivedJournal();
+  bool known = code == kMountFailure && aftermath_.has_blank_journal();
   if (code == kInternalError && HasNoRoomToMove(flash)) {
     aftermath_.Set(KnownEnd::kNoRoomToMove);
     known = items == scenario_.before || !aftermath_.revived().empty();
   }
-  known = known && CheckBystanders(scenario_, aftermath_, items).empty();
+  known = known && CheckUnrepaired(scenario_, aftermath_, items).empty();
   known = known || (code == kNeedsCreate && aftermath_.Has(KnownEnd::kNotCreated) && rig_.device().steps() == 0);
   if (!known) return text;
   if (Remount(kRepair) != code || rig_.device().steps() != 0) return text + ", the next one not the same";
@@ -129,7 +126,7 @@ std::string Session::CheckRepaired() {
   return fault;
 }
 
-Verdict Session::Run(bool record_repair) {
+Verdict Session::Run() {
   Verdict verdict;
   verdict.fault = rig_.Restart();
   if (!verdict.fault.empty()) return verdict;
@@ -138,7 +135,7 @@ Verdict Session::Run(bool record_repair) {
     return std::any_of(flash.blocks.begin(), flash.blocks.end(),
                        [&](const Block& block) { return HasUnseenRecord(flash, block); });
   }();
-  verdict.fault = Repair(record_repair, verdict);
+  verdict.fault = Repair();
   if (verdict.fault.empty()) verdict.fault = witness_.complaint();
   if (!verdict.fault.empty() || !mounted_) return verdict;
   if (aftermath_.Has(KnownEnd::kNotCreated)) verdict.fault = "a partition that was never created mounts";
@@ -153,8 +150,8 @@ Verdict Session::Run(bool record_repair) {
 
 }  // namespace
 
-Verdict Judge(Rig& rig, const Scenario& scenario, Aftermath& aftermath, bool record_repair) {
-  return Session(rig, scenario, aftermath).Run(record_repair);
+Verdict Judge(Rig& rig, const Scenario& scenario, Aftermath& aftermath) {
+  return Session(rig, scenario, aftermath).Run();
 }
 
 }  // namespace vok::sweep

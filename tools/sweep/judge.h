@@ -19,13 +19,12 @@ const char* TextOf(Outcome outcome);
 
 struct Verdict {
   Outcome outcome = Outcome::kKnown;
-  Trace repair;       ///< the steps of the repair mount, if asked for
   std::string fault;  ///< empty = everything holds
 };
 
 /// Restarts the store from the bytes in the flash and holds everything against the scenario: the repair mount, the
 /// items, the figures, a second repair mount, a check mount, and a write, a delete and a reorganisation.
 /// @param aftermath  in: what the cuts so far are known to have done; out: with the ends that only the mount shows
-Verdict Judge(Rig& rig, const Scenario& scenario, Aftermath& aftermath, bool record_repair);
+Verdict Judge(Rig& rig, const Scenario& scenario, Aftermath& aftermath);
 
 }  // namespace vok::sweep

@@ -7,13 +7,16 @@ namespace vok::sweep {
 
 namespace {
 
+constexpr u32 kVersionWithOneStepCancel = 3;
+
 constexpr std::array<KnownEndText, kKnownEndCount> kTexts = {{
     {"plain mode, between the word that retires the old copy and the one that commits the new copy",
      "the item is gone"},
     {"a rewrite or a plain part write in place, inside its bulk program",
      "the item holds the new bytes up to the cut and the old ones behind it"},
     {"a record begun in a block without slots, before a bit of the first slot's type is written",
-     "no scan notices the bytes; every item stands, and the next record written there goes over them"},
+     "no scan notices the bytes; every item stands, and the next record written there goes over them: on a chip that "
+     "cannot set bits it comes out damaged unless the section is rebuilt before"},
     {"version 3: the state word of a block with Valid items, one of two bits cleared: Active to ReorgSource (0x04FF, "
      "0x08FF), ReorgTarget to Active (0x0DFF, 0x0EFF)",
      "the word is no state: the repair mount formats the block and its items are lost"},
@@ -24,10 +27,11 @@ constexpr std::array<KnownEndText, kKnownEndCount> kTexts = {{
      "the items of these slots are damaged; a format mount was to delete them"},
     {"version 3: a repair, inside the word that deletes an Allocated slot, of its state bits the upper two cleared and "
      "the lower two not: 1111 to 0011",
-     "the unfinished copy reads Valid: its item is the new one, stands twice or under two names, or has the half name "
-     "or "
-     "the missing record of the cut slot; with a journal record whose fields were not written, every mount answers "
-     "122"},
+     "the unfinished slot reads Valid. Of a whole record the item is the new one, or stands twice or under two names; "
+     "of a "
+     "slot with half a name or no record an item appears that reads as damaged; a journal record is carried out with "
+     "the "
+     "bytes that it has, and one without any makes every mount answer 122"},
 }};
 
 bool HasCopyElsewhere(const Partition& flash, const Block& but, ItemName name) {
@@ -51,6 +55,13 @@ bool IsTornState(const Version& version, u16 state) {
   return IsHalfStep(version.active, version.source, state) || IsHalfStep(version.target, version.active, state);
 }
 
+u16 HalfWord(std::span<const u8> bytes, u32 at) { return static_cast<u16>(bytes[at] << 8 | bytes[at + 1]); }
+
+bool HasJournalKind(std::span<const u8> journal) {
+  constexpr u16 kPartWrite = 1, kRename = 3;
+  return journal.size() < 2 || (HalfWord(journal, 0) >= kPartWrite && HalfWord(journal, 0) <= kRename);
+}
+
 /// What a journal record of a part write announces.
 struct PartWrite {
   ItemName name;
@@ -60,10 +71,19 @@ struct PartWrite {
 
 std::optional<PartWrite> PartWriteOf(const Version& version, std::span<const u8> journal) {
   constexpr u16 kPartWrite = 1;
-  const auto u16_at = [&](u32 at) { return static_cast<u16>(journal[at] << 8 | journal[at + 1]); };
-  if (journal.size() < 6 + version.word || u16_at(0) != kPartWrite) return std::nullopt;
-  const u32 offset = version.word == 2 ? u16_at(6) : u32{u16_at(6)} << 16 | u16_at(8);
-  return PartWrite{{u16_at(2), u16_at(4)}, offset, journal.subspan(6 + version.word)};
+  if (journal.size() < 6 + version.word || HalfWord(journal, 0) != kPartWrite) return std::nullopt;
+  const u32 offset = version.word == 2 ? HalfWord(journal, 6) : u32{HalfWord(journal, 6)} << 16 | HalfWord(journal, 8);
+  return PartWrite{{HalfWord(journal, 2), HalfWord(journal, 4)}, offset, journal.subspan(6 + version.word)};
+}
+
+/// Whether a bulk program that turns @p before into @p after was cut inside: new bytes up to a place, old ones behind
+/// it, and in between no more than the 16-bit word under way.
+bool IsTornBetween(const Bytes& before, const Bytes& after, const Bytes& now) {
+  if (before.size() != now.size() || after.size() != now.size()) return false;
+  std::size_t first = 0, last = now.size();
+  while (first < now.size() && now[first] == after[first]) ++first;
+  while (last > first && now[last - 1] == before[last - 1]) --last;
+  return last - first <= 2;
 }
 
 bool HasValidJournal(const Partition& flash) {
@@ -115,6 +135,9 @@ void Aftermath::NoteItemsAt(const Scenario& scenario, const Partition& flash, Pl
   for (ItemName name : ChangedNames(scenario)) {
     const auto item = items.find(name);
     if (item == items.end() || Holds(scenario.before, *item) || Holds(scenario.after, *item)) continue;
+    const Bytes* const before = Find(scenario.before, name);
+    const Bytes* const after = Find(scenario.after, name);
+    if (in_place && (before == nullptr || after == nullptr || !IsTornBetween(*before, *after, item->second))) continue;
     mixed_.insert(*item);
     Set(in_place ? KnownEnd::kMixedBytes : KnownEnd::kHalfErased);
   }
@@ -131,47 +154,49 @@ void Aftermath::NoteTornStates(const Partition& flash) {
   }
 }
 
-void Aftermath::NoteRepair(const Partition& before, const Partition& flash) {
+void Aftermath::NoteRepair(const Scenario& scenario, const Partition& before, const Partition& flash, Place place) {
+  // In the other versions no step leads from Allocated straight to Deleted.
+  if (flash.version->number != kVersionWithOneStepCancel || place != Place::kCancel) return;
   for (std::size_t block = 0; block < before.blocks.size(); ++block) {
     const std::vector<Slot>& slots = flash.blocks[block].slots;
     for (std::size_t i = 0; i < std::min(before.blocks[block].slots.size(), slots.size()); ++i) {
       const bool was_unfinished = before.blocks[block].slots[i].state == SlotState::kAllocated;
-      if (was_unfinished && slots[i].state == SlotState::kValid) NoteRevived(flash, slots[i]);
+      if (was_unfinished && slots[i].state == SlotState::kValid) NoteRevived(scenario, flash, slots[i]);
     }
   }
 }
 
-void Aftermath::NoteRevived(const Partition& flash, const Slot& slot) {
+void Aftermath::NoteRevived(const Scenario& scenario, const Partition& flash, const Slot& slot) {
   const auto payload = flash.payload(slot);
   revived_.insert_or_assign(slot.name(), Bytes(payload.begin(), payload.end()));
   Set(KnownEnd::kTornCancel);
-  const std::optional<PartWrite> part = slot.IsJournal() ? PartWriteOf(*flash.version, payload) : std::nullopt;
-  if (!part) return;
+  if (!slot.IsJournal()) return;
+  has_blank_journal_ = has_blank_journal_ || !HasJournalKind(payload);
+  const std::optional<PartWrite> part = PartWriteOf(*flash.version, payload);
+  const std::vector<ItemName> changed = ChangedNames(scenario);
+  if (!part || std::ranges::find(changed, part->name) == changed.end()) return;
   const Items items = ItemsOf(flash);
-  const auto item = items.find(part->name);
-  if (item == items.end() || part->offset + part->bytes.size() > item->second.size()) return;
-  Bytes bytes = item->second;
+  const Bytes* const item = Find(items, part->name);
+  if (item == nullptr || part->offset + part->bytes.size() > item->size()) return;
+  Bytes bytes = *item;
   std::copy(part->bytes.begin(), part->bytes.end(), bytes.begin() + part->offset);
   revived_.insert_or_assign(part->name, std::move(bytes));
-}
-
-bool Aftermath::HasRevivedJournal() const {
-  return std::any_of(revived_.begin(), revived_.end(),
-                     [](const auto& item) { return item.first.type == kJournalType; });
 }
 
 bool HasNoRoomToMove(const Partition& flash) {
   const Version& version = *flash.version;
   u32 most_room = 0;
+  bool has_dead_target = false;
   const Slot* next = nullptr;
   for (const Block& block : flash.blocks) {
     if (block.state == version.active || block.state == version.target)
       most_room = std::max(most_room, block.room(version));
+    has_dead_target = has_dead_target || (block.state == version.target && block.dead_bytes != 0);
     if (block.state != version.source || next != nullptr) continue;
     const auto slot = std::find_if(block.slots.begin(), block.slots.end(), [](const Slot& s) { return s.IsItem(); });
     if (slot != block.slots.end()) next = &*slot;
   }
-  return next != nullptr && version.need(next->length) > most_room;
+  return next != nullptr && has_dead_target && version.need(next->length) > most_room;
 }
 
 }  // namespace vok::sweep

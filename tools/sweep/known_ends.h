@@ -35,7 +35,7 @@ class Aftermath {
   /// Applies the rules to the flash after a cut. @param place  what the cut step was writing
   void Note(const Scenario& scenario, const Partition& flash, Place place);
   /// Applies the rule that concerns a repair alone. @param before  the flash when the repair began
-  void NoteRepair(const Partition& before, const Partition& flash);
+  void NoteRepair(const Scenario& scenario, const Partition& before, const Partition& flash, Place place);
 
   bool Has(KnownEnd end) const { return (ends_ >> static_cast<u32>(end) & 1) != 0; }
   void Set(KnownEnd end) { ends_ |= 1u << static_cast<u32>(end); }
@@ -47,17 +47,19 @@ class Aftermath {
   /// What the unfinished slots name that read Valid since a repair was cut; of a part-write journal record also what
   /// it makes of its item.
   const Items& revived() const { return revived_; }
-  bool HasRevivedJournal() const;
+  /// Whether one of them is a journal record of no kind.
+  bool has_blank_journal() const { return has_blank_journal_; }
 
  private:
   void NoteItemsAt(const Scenario& scenario, const Partition& flash, Place place);
   void NoteTornStates(const Partition& flash);
-  void NoteRevived(const Partition& flash, const Slot& slot);
+  void NoteRevived(const Scenario& scenario, const Partition& flash, const Slot& slot);
 
   u32 ends_ = 0;
   std::set<ItemName> lost_;
   Items mixed_;
   Items revived_;
+  bool has_blank_journal_ = false;
 };
 
 /// What a strict chip makes an exception for in a repair mount of @p flash: a journalled part write is programmed

@@ -32,7 +32,7 @@ int Sweep::RunOne(const Scenario& scenario, const std::vector<CutPoint>& cuts, c
     tell(TextOf(repair, cut));
     CutRepair(scenario, flash, depth, cut, repair[cut.step].place, aftermath);
   }
-  const Verdict verdict = JudgeCuts(scenario, aftermath, static_cast<u32>(cuts.size()), false);
+  const Verdict verdict = JudgeCuts(scenario, aftermath, static_cast<u32>(cuts.size()));
   if (fault.empty()) fault = verdict.fault;
   for (u32 end = 0; end < kKnownEndCount; ++end)
     if (aftermath.Has(static_cast<KnownEnd>(end)))

@@ -74,6 +74,7 @@ void Rig::Configure(const Geometry& geometry) {
 void Rig::Load(std::span<const u8> bytes) {
   TerminateStore();
   device_.Begin({}, 0, nullptr);
+  device_.Forget();
   device_.Load(bytes);
 }
 

@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "checks.h"
 
 namespace vok::sweep {
@@ -10,7 +8,7 @@ constexpr u8 kJournalled = 1;
 constexpr u16 kNeedReorg = 123;
 constexpr u16 kNeedDeepReorg = 124;
 constexpr u16 kPartitionFull = 130;
-constexpr ItemName kProbe = {50, 1};
+constexpr u16 kProbeType = 50;
 
 bool IsNoRoom(u16 code) { return code == kNeedReorg || code == kNeedDeepReorg || code == kPartitionFull; }
 
@@ -19,15 +17,23 @@ std::string Gave(const char* what, u16 code) {
   return text.append(what).append(": ").append(std::to_string(code));
 }
 
-u16 WriteProbe(const Bytes& bytes) {
-  u16 id = kProbe.id;
-  return WriteItem(0, kJournalled, kProbe.type, &id, bytes.data(), static_cast<u32>(bytes.size()));
+/// Writes an item that was not there. @return the code
+u16 WriteNew(Items& items, const Bytes& bytes) {
+  ItemName name = {kProbeType, 1};
+  while (items.contains(name)) ++name.id;
+  u16 id = name.id;
+  const u16 code = WriteItem(0, kJournalled, name.type, &id, bytes.data(), static_cast<u32>(bytes.size()));
+  if (code == 0) items[name] = bytes;
+  return code;
 }
 
 /// Deletes the largest item, if there is one. @return the code
-u16 DeleteLargest(Items& items) {
-  const auto largest = std::max_element(items.begin(), items.end(),
-                                        [](const auto& a, const auto& b) { return a.second.size() < b.second.size(); });
+u16 DeleteLargest(Items& items, const Items& but) {
+  auto largest = items.end();
+  for (auto item = items.begin(); item != items.end(); ++item) {
+    const bool is_larger = largest == items.end() || item->second.size() > largest->second.size();
+    if (is_larger && !but.contains(item->first)) largest = item;
+  }
   if (largest == items.end()) return 0;
   const u16 code = DeleteItem(0, largest->first.type, largest->first.id);
   items.erase(largest);
@@ -46,15 +52,13 @@ u16 Reorganise() {
 }  // namespace
 
 std::string CheckService(Rig& rig, const Aftermath& aftermath, Items items) {
-  const Bytes bytes = Noise(rig.geometry().version, 11);
-  u16 code = WriteProbe(bytes);
-  const bool had_room = code == 0;
-  if (!had_room && !IsNoRoom(code)) return Gave("a write", code);
-  if (had_room) items[kProbe] = bytes;
-  if ((code = DeleteLargest(items)) != 0) return Gave("a delete", code);
+  u16 code = WriteNew(items, Noise(rig.geometry().version, 11));
+  if (code != 0 && !IsNoRoom(code)) return Gave("a write", code);
+  // What came back by a torn cancel may have a name that no item can have.
+  if ((code = DeleteLargest(items, aftermath.revived())) != 0) return Gave("a delete", code);
   if ((code = Reorganise()) != 0) return Gave("a reorganisation", code);
-  if ((code = WriteProbe(bytes)) != 0) return Gave("a write after a reorganisation", code);
-  items[kProbe] = bytes;
+  if ((code = WriteNew(items, Noise(rig.geometry().version, 19))) != 0)
+    return Gave("a write after a reorganisation", code);
 
   const Partition flash = rig.Read();
   Items now = ItemsOf(flash);

@@ -21,13 +21,6 @@ std::vector<u32> TearsOf(const TraceStep& step, u32 most) {
   return tears;
 }
 
-std::vector<CutPoint> CutsOf(const Trace& trace, u32 most_bulk_tears) {
-  std::vector<CutPoint> cuts;
-  for (u32 step = 0; step < trace.size(); ++step)
-    for (u32 tear : TearsOf(trace[step], most_bulk_tears)) cuts.push_back({step, tear});
-  return cuts;
-}
-
 CutPoint RandomCut(const Trace& trace, Random& random) {
   const u32 step = random.Below(static_cast<u32>(trace.size()));
   return {step, random.Below(trace[step].tears + 1)};
@@ -39,40 +32,47 @@ Place PlaceOfCut(const Trace& trace, CutPoint cut) {
 
 }  // namespace
 
+std::vector<CutPoint> FirstCuts(const Trace& trace, const Plan& plan) {
+  std::vector<CutPoint> cuts;
+  for (u32 step = 0; step < trace.size(); ++step)
+    for (u32 tear : TearsOf(trace[step], plan.bulk_tears)) cuts.push_back({step, tear});
+  cuts.push_back({static_cast<u32>(trace.size()), 0});
+  return cuts;
+}
+
 bool Sweep::IsOver() const { return share_.deadline && std::chrono::steady_clock::now() > *share_.deadline; }
 
 bool Sweep::IsMine() {
   const u64 number = case_number_++;
-  return number % share_.shards == share_.shard && number / share_.shards % share_.stride == 0 && !IsOver();
+  if (number % share_.stride != 0 || number / share_.stride % share_.shards != share_.shard) return false;
+  cut_short_ = cut_short_ || IsOver();
+  return !cut_short_;
 }
 
 void Sweep::Run(const Scenario& scenario, const Plan& plan) {
   plan_ = plan;
-  std::vector<CutPoint> cuts = CutsOf(scenario.trace, plan_.bulk_tears);
-  cuts.push_back({static_cast<u32>(scenario.trace.size()), 0});
+  const std::vector<CutPoint> cuts = FirstCuts(scenario.trace, plan);
   for (CutPoint cut : cuts)
     if (IsMine()) RunFirstCut(scenario, cut);
   for (u32 chain = 0; chain < plan_.chains; ++chain)
     if (IsMine()) RunChain(scenario, Mix(scenario.inputs.seed, chain));
+  for (std::size_t i = 0; i < cuts.size() && plan.second_cuts != 0; ++i)
+    if (IsMine()) RunSecondCuts(scenario, cuts[i]);
 }
 
 void Sweep::RunFirstCut(const Scenario& scenario, CutPoint cut) {
   Aftermath aftermath;
   const std::string fault = CutOperation(scenario, cut, aftermath);
-  const Bytes flash = rig_.device().bytes();
-  const Aftermath first = aftermath;
-  const bool goes_on = plan_.second_cuts != 0;
-  Verdict verdict = JudgeCuts(scenario, aftermath, 1, goes_on);
+  Verdict verdict = JudgeCuts(scenario, aftermath, 1);
   if (!fault.empty()) verdict.fault = fault;
   Count(0, scenario, {cut}, PlaceOfCut(scenario.trace, cut), verdict, aftermath);
-  if (goes_on && !verdict.repair.empty()) RunSecondCuts(scenario, cut, flash, first, verdict.repair);
 }
 
 /// Judges the flash as the last of some cuts left it: what repair mounts make of it, and after a single cut or where
 /// these come to no good end also what a rebuild gives.
-Verdict Sweep::JudgeCuts(const Scenario& scenario, Aftermath& aftermath, u32 cuts, bool record_repair) {
+Verdict Sweep::JudgeCuts(const Scenario& scenario, Aftermath& aftermath, u32 cuts) {
   cut_flash_ = rig_.device().bytes();
-  Verdict verdict = Judge(rig_, scenario, aftermath, record_repair);
+  Verdict verdict = Judge(rig_, scenario, aftermath);
   if (!verdict.fault.empty() || (cuts > 1 && aftermath.ends() == 0)) return verdict;
   ++tally_.rebuilds;
   verdict.fault = CheckRebuild(rig_, scenario, aftermath, cut_flash_, cuts);
@@ -95,13 +95,18 @@ std::vector<CutPoint> Sweep::SecondCuts(const Trace& repair, u64 seed) const {
   return cuts;
 }
 
-void Sweep::RunSecondCuts(const Scenario& scenario, CutPoint first, const Bytes& flash, const Aftermath& aftermath,
-                          const Trace& repair) {
+void Sweep::RunSecondCuts(const Scenario& scenario, CutPoint first) {
+  Aftermath aftermath;
+  std::string fault = CutOperation(scenario, first, aftermath);
+  const Bytes flash = rig_.device().bytes();
+  const Trace repair = RepairTrace(scenario, flash, aftermath, fault);
+  if (repair.empty() || !fault.empty()) return;
   for (CutPoint cut : SecondCuts(repair, Mix(scenario.inputs.seed, u64{first.step} << 32 | first.tear))) {
+    if ((cut_short_ = cut_short_ || IsOver())) return;
     Aftermath second = aftermath;
     const Place place = repair[cut.step].place;
     CutRepair(scenario, flash, 1, cut, place, second);
-    const Verdict verdict = JudgeCuts(scenario, second, 2, false);
+    const Verdict verdict = JudgeCuts(scenario, second, 2);
     Count(1, scenario, {first, cut}, place, verdict, second);
   }
 }
@@ -125,7 +130,7 @@ void Sweep::RunChain(const Scenario& scenario, u64 seed) {
     CutRepair(scenario, flash, static_cast<u32>(cuts.size()) - 1, cuts.back(), place, aftermath);
   }
   if (cuts.size() < kShortestChain && fault.empty()) return;
-  Verdict verdict = JudgeCuts(scenario, aftermath, static_cast<u32>(cuts.size()), false);
+  Verdict verdict = JudgeCuts(scenario, aftermath, static_cast<u32>(cuts.size()));
   if (!fault.empty()) verdict.fault = fault;
   Count(2, scenario, cuts, place, verdict, aftermath);
 }
@@ -171,7 +176,7 @@ void Sweep::CutRepair(const Scenario& scenario, const Bytes& flash, u32 depth, C
     rig_.Mount(2);
   } catch (const PowerCut&) {
     aftermath.Note(scenario, rig_.Read(), place);
-    aftermath.NoteRepair(ReadPartition(rig_.version(), flash), rig_.Read());
+    aftermath.NoteRepair(scenario, ReadPartition(rig_.version(), flash), rig_.Read(), place);
   }
 }
 

@@ -20,13 +20,16 @@ struct Plan {
 };
 inline constexpr u32 kEveryStep = 0xFFFFFFFF;
 
-/// Which part of the cases this process works on: each case whose number leaves @p shard.
+/// Which part of the cases this process works on.
 struct Share {
   u32 shard = 0;
   u32 shards = 1;
-  u32 stride = 1;  ///< takes only each of so many of them
+  u32 stride = 1;  ///< only one case in so many is tried at all
   std::optional<std::chrono::steady_clock::time_point> deadline;
 };
+
+/// The cuts of an operation, in the order of its steps.
+std::vector<CutPoint> FirstCuts(const Trace& trace, const Plan& plan);
 
 class Sweep {
  public:
@@ -35,7 +38,8 @@ class Sweep {
 
   Sweep(Rig& rig, Share share, Report report) : rig_(rig), share_(share), report_(std::move(report)) {}
 
-  /// Tries every case of @p scenario that the plan and the share leave; the rig is configured for its geometry.
+  /// Tries every case of @p scenario that the plan and the share leave; the rig is configured for its geometry. First
+  /// come all single cuts, then the chains, then the pairs.
   void Run(const Scenario& scenario, const Plan& plan);
 
   /// Tries the one case of these cuts. @param tell  gets each cut and what comes of it
@@ -43,6 +47,8 @@ class Sweep {
   int RunOne(const Scenario& scenario, const std::vector<CutPoint>& cuts, const Report& tell);
 
   bool IsOver() const;
+  /// Whether the deadline kept it from a case.
+  bool was_cut_short() const { return cut_short_; }
 
   /// What came of the cases so far; begins anew.
   Tally TakeTally() { return std::exchange(tally_, {}); }
@@ -51,9 +57,8 @@ class Sweep {
   using Cuts = std::vector<CutPoint>;
 
   void RunFirstCut(const Scenario& scenario, CutPoint cut);
-  void RunSecondCuts(const Scenario& scenario, CutPoint first, const Bytes& flash, const Aftermath& aftermath,
-                     const Trace& repair);
-  Verdict JudgeCuts(const Scenario& scenario, Aftermath& aftermath, u32 cuts, bool record_repair);
+  void RunSecondCuts(const Scenario& scenario, CutPoint first);
+  Verdict JudgeCuts(const Scenario& scenario, Aftermath& aftermath, u32 cuts);
   std::vector<CutPoint> SecondCuts(const Trace& repair, u64 seed) const;
   void RunChain(const Scenario& scenario, u64 seed);
 
@@ -73,6 +78,7 @@ class Sweep {
   Tally tally_;
   Bytes cut_flash_;  ///< under judgement; kept, so that its memory is
   u64 case_number_ = 0;
+  bool cut_short_ = false;
 };
 
 }  // namespace vok::sweep

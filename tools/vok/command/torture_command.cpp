@@ -2,6 +2,7 @@
 
 #include "command/commands.h"
 #include "image/torture.h"
+#include "output/failure.h"
 #include "output/table.h"
 #include "output/terminal.h"
 #include "output/torture_json.h"
@@ -48,15 +49,33 @@ void PrintKnownEnds(const sweep::Tally& tally) {
   }
 }
 
+/// What a time limit left undone; empty = nothing.
+std::string LimitNote(const TortureResult& result) {
+  if (result.whole) return "";
+  const u64 tried = result.tally.CasesAt(0) + result.faults.size();
+  if (tried < result.single_cuts)
+    return fmt::format("; the time limit came after {} of {} single cuts", tried, result.single_cuts);
+  return "; the time limit came after all single cuts";
+}
+
 void PrintResult(const TortureResult& result) {
   const sweep::Tally& tally = result.tally;
   Print(fmt::format("\n{}\n", result.operation->title));
+  if (!result.not_tried.empty()) return Print(fmt::format("  not tried: {}\n", result.not_tried));
   PrintPlaces(result);
   Print(fmt::format("  {} cut images: {} after one cut, {} after a second in the repair, {} chains of 3 to 6{}\n",
-                    tally.images, tally.CasesAt(0), tally.CasesAt(1), tally.CasesAt(2),
-                    result.whole ? "" : "; stopped by the time limit"));
+                    tally.images, tally.CasesAt(0), tally.CasesAt(1), tally.CasesAt(2), LimitNote(result)));
   PrintKnownEnds(tally);
   for (const std::string& fault : result.faults) Print("  FAULT " + fault + '\n');
+}
+
+/// One operation that was asked for by name and cannot be done is a job that cannot be done.
+void RequireTried(const std::vector<TortureResult>& results, const std::string& section) {
+  for (const TortureResult& result : results)
+    if (result.not_tried.empty()) return;
+  throw Failure(fmt::format("{} cannot be tried in section {}: {}", results.front().operation->name, section,
+                            results.front().not_tried),
+                code::kInvalidParameter);
 }
 
 }  // namespace
@@ -72,6 +91,7 @@ int RunTorture(const Options& options) {
     faults += results.back().tally.faults;
     if (!options.json) PrintResult(results.back());
   }
+  RequireTried(results, subject.section);
   if (options.json) {
     Print(TortureJson(subject.section, results));
   } else {

@@ -15,8 +15,11 @@ namespace vok::tool {
 
 namespace {
 
-/// Everything at depth one; a second cut before and twice inside each step of each repair; chains.
-constexpr sweep::Plan kPlan = {.bulk_tears = 0, .second_cuts = sweep::kEveryStep, .second_tears = 2, .chains = 256};
+/// A second cut before and twice inside each step of each repair; a long bulk program torn everywhere or, within a time
+/// limit, at 64 places.
+constexpr sweep::Plan PlanFor(u32 seconds) {
+  return {.bulk_tears = seconds != 0 ? 64u : 0u, .second_cuts = sweep::kEveryStep, .second_tears = 2, .chains = 256};
+}
 
 /// Where the sweep's partition begins leaves less than the whole flash to it.
 constexpr u32 kLargestSection = 0x1F00000;
@@ -61,7 +64,9 @@ sweep::ItemName ChooseItem(const Options& options, const sweep::Items& items) {
 
 sweep::ItemName FreshName(const sweep::Items& items, sweep::ItemName like) {
   sweep::ItemName name = {like.type, 0};
-  while (items.contains(name)) ++name.id;
+  while (items.contains(name) || name.id == kAnyId) {
+    if (++name.id == kAnyId) name = {static_cast<u16>(name.type + 1), 0};
+  }
   return name;
 }
 
@@ -87,7 +92,9 @@ sweep::Inputs MakeInputs(const Options& options, const sweep::Partition& partiti
   return inputs;
 }
 
-sweep::Scenario MakeScenario(sweep::Rig& rig, const TortureSubject& subject, const sweep::Operation& operation) {
+/// @param trouble  out: why the operation cannot be done in the section, empty = it can
+sweep::Scenario MakeScenario(sweep::Rig& rig, const TortureSubject& subject, const sweep::Operation& operation,
+                             std::string& trouble) {
   rig.Configure(subject.geometry);
   sweep::Scenario scenario{.id = fmt::format("{}/{}", subject.section, operation.name),
                            .geometry = subject.geometry,
@@ -95,10 +102,10 @@ sweep::Scenario MakeScenario(sweep::Rig& rig, const TortureSubject& subject, con
                            .inputs = subject.inputs,
                            .base = subject.bytes,
                            .before = sweep::ItemsOf(sweep::ReadPartition(rig.version(), subject.bytes))};
-  const std::string trouble = sweep::Complete(rig, scenario);
-  if (!trouble.empty())
-    throw Failure(fmt::format("{} cannot be tried in section {}: {}", operation.name, subject.section, trouble),
-                  code::kInvalidParameter);
+  trouble = sweep::Complete(rig, scenario);
+  const sweep::ItemName changed = subject.inputs.changed;
+  if (scenario.after.contains(changed) && !scenario.before.contains(changed))
+    trouble = fmt::format("it needs an item of {} bytes or more", sweep::kShortestChanged);
   return scenario;
 }
 
@@ -137,15 +144,19 @@ TortureSubject LoadTortureSubject(const Options& options) {
 }
 
 TortureResult Torture(const TortureSubject& subject, const sweep::Operation& operation, u32 seconds) {
+  TortureResult result{
+      .operation = &operation, .tally = {}, .faults = {}, .single_cuts = 0, .whole = false, .not_tried = {}};
   sweep::Rig rig;
-  const sweep::Scenario scenario = MakeScenario(rig, subject, operation);
+  const sweep::Scenario scenario = MakeScenario(rig, subject, operation, result.not_tried);
+  if (!result.not_tried.empty()) return result;
   RequireSound(rig, scenario, subject.section);
   sweep::Share share;
   if (seconds != 0) share.deadline = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
-  TortureResult result{.operation = &operation, .tally = {}, .faults = {}, .whole = false};
   sweep::Sweep sweep(rig, share, [&](const std::string& line) { result.faults.push_back(line); });
-  sweep.Run(scenario, kPlan);
-  result.whole = !sweep.IsOver();
+  const sweep::Plan plan = PlanFor(seconds);
+  sweep.Run(scenario, plan);
+  result.single_cuts = sweep::FirstCuts(scenario.trace, plan).size();
+  result.whole = !sweep.was_cut_short();
   result.tally = sweep.TakeTally();
   return result;
 }

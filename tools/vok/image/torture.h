@@ -23,7 +23,9 @@ struct TortureResult {
   const sweep::Operation* operation;
   sweep::Tally tally;
   std::vector<std::string> faults;  ///< a line each
+  u64 single_cuts;                  ///< how many there are, tried or not
   bool whole;                       ///< every case was tried
+  std::string not_tried;            ///< why nothing was tried at all; empty = something was
 };
 
 /// In place of an operation's name.
@@ -36,8 +38,10 @@ std::vector<const sweep::Operation*> TortureOperations();
 /// @throws Failure when it cannot be mounted, is read-only, or has no such item
 TortureSubject LoadTortureSubject(const Options& options);
 
-/// Cuts the operation at and inside every step, its repair at every step, and both in seeded chains.
-/// @throws Failure when the operation cannot be done in the section
+/// Cuts the operation at and inside every step, then both in seeded chains, then its repair at every step. Under a time
+/// limit a long bulk program is torn at fewer places, so that every step has its turn.
+/// @param seconds  0 = without a limit
+/// @throws Failure when the section does not stand the checks before any cut
 TortureResult Torture(const TortureSubject& subject, const sweep::Operation& operation, u32 seconds);
 
 }  // namespace vok::tool

@@ -1,23 +1,13 @@
 #include "output/change_json.h"
 
-#include <nlohmann/json.hpp>
-
 #include "output/json.h"
 #include "output/rebuild_report.h"
+
+#include "output/json_text.h"
 
 namespace vok::tool {
 
 namespace {
-
-/// Keeps the fields in the order in which they are written here.
-using Json = nlohmann::ordered_json;
-
-Json Answer() { return {{"format", "vok/1"}}; }
-
-std::string Text(const Json& json) {
-  constexpr int kIndent = 1;
-  return json.dump(kIndent, ' ', false, Json::error_handler_t::replace) + '\n';
-}
 
 void AddItem(Json& json, const std::string& section, const ItemEntry& item) {
   json["section"] = section;
@@ -69,13 +59,13 @@ Json RebuiltOf(const RebuiltSection& rebuilt) {
 std::string WrittenJson(const Section& section, const ItemEntry& item) {
   Json json = Answer();
   AddItem(json, section.name, item);
-  return Text(json);
+  return JsonText(json);
 }
 
 std::string DeletedJson(std::size_t count) {
   Json json = Answer();
   json["deleted"] = count;
-  return Text(json);
+  return JsonText(json);
 }
 
 std::string RegainedJson(std::span<const Regained> sections) {
@@ -86,7 +76,7 @@ std::string RegainedJson(std::span<const Regained> sections) {
                                 {"blocks", regained.blocks},
                                 {"free_before", regained.free_before},
                                 {"free_after", regained.free_after}});
-  return Text(json);
+  return JsonText(json);
 }
 
 std::string RebuiltJson(u16 version, std::span<const RebuiltSection> sections) {
@@ -94,7 +84,7 @@ std::string RebuiltJson(u16 version, std::span<const RebuiltSection> sections) {
   json["version"] = version;
   json["sections"] = Json::array();
   for (const RebuiltSection& rebuilt : sections) json["sections"].push_back(RebuiltOf(rebuilt));
-  return Text(json);
+  return JsonText(json);
 }
 
 std::string DifferencesJson(std::span<const ItemDifference> differences) {
@@ -108,7 +98,7 @@ std::string DifferencesJson(std::span<const ItemDifference> differences) {
     else
       json["changed"].push_back(ChangeOf(difference));
   }
-  return Text(json);
+  return JsonText(json);
 }
 
 }  // namespace vok::tool

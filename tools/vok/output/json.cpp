@@ -2,25 +2,14 @@
 
 #include <fmt/core.h>
 
-#include <nlohmann/json.hpp>
-
 #include "block_words.h"
 #include "output/hex_dump.h"
+
+#include "output/json_text.h"
 
 namespace vok::tool {
 
 namespace {
-
-/// Keeps the fields in the order in which they are written here.
-using Json = nlohmann::ordered_json;
-
-Json Answer() { return {{"format", "vok/1"}}; }
-
-/// File names of the user may be no UTF-8; they come with replacement characters then.
-std::string Text(const Json& json) {
-  constexpr int kIndent = 1;
-  return json.dump(kIndent, ' ', false, Json::error_handler_t::replace) + '\n';
-}
 
 Json ItemFields(const ItemEntry& item) {
   return {{"type", item.type}, {"id", item.id}, {"length", item.length}, {"crc32", ChecksumText(item.crc32)}};
@@ -111,14 +100,14 @@ std::string ItemsJson(u16 version, std::span<const SectionItems> sections) {
   json["items"] = Json::array();
   for (const SectionItems& listed : sections)
     for (const ItemEntry& item : listed.items) json["items"].push_back(ItemOf(*listed.section, item));
-  return Text(json);
+  return JsonText(json);
 }
 
 std::string ItemJson(const Section& section, const ItemEntry& item, std::span<const u8> bytes) {
   Json json = Answer();
   json.update(ItemOf(section, item));
   json["data"] = HexString(bytes);
-  return Text(json);
+  return JsonText(json);
 }
 
 std::string ManifestJson(const LoadedImage& image, std::span<const SectionItems> sections) {
@@ -128,7 +117,7 @@ std::string ManifestJson(const LoadedImage& image, std::span<const SectionItems>
   json["codeplug"] = {{"address", image.codeplug_start()}, {"length", image.codeplug_end() - image.codeplug_start()}};
   json["sections"] = Json::array();
   for (const SectionItems& listed : sections) json["sections"].push_back(ManifestSection(listed));
-  return Text(json);
+  return JsonText(json);
 }
 
 std::string ReportJson(u16 version, bool clean, std::span<const SectionReport> reports) {
@@ -144,7 +133,7 @@ std::string ReportJson(u16 version, bool clean, std::span<const SectionReport> r
                                 {"code", report.code},
                                 {"findings", std::move(findings)}});
   }
-  return Text(json);
+  return JsonText(json);
 }
 
 std::string InfoJson(const LoadedImage& image, std::span<const u32> header_words, std::span<const SectionSpace> spaces,
@@ -161,7 +150,7 @@ std::string InfoJson(const LoadedImage& image, std::span<const u32> header_words
   for (const Section& section : passed_over)
     json["passed_over"].push_back(
         {{"record", section.record}, {"section", section.name}, {"why", ReasonOf(section.verdict)}});
-  return Text(json);
+  return JsonText(json);
 }
 
 std::string ChecksumText(u32 crc32) { return fmt::format("{:08x}", crc32); }

@@ -16,7 +16,8 @@ std::string ReasonOf(Choice choice) {
     case Choice::kMetFirst: return "a search meets it first";
     case Choice::kReplaced: return "a journal record says that it replaces the one that a search meets first";
     case Choice::kContiguous: return "the record of the one that a search takes lies out of line";
-    case Choice::kUnfinishedWrite: return "none is Valid: its write was cut off after the old one was retired";
+    case Choice::kUnfinishedWrite:
+      return "none is Valid: its write was cut off after the old one was retired, or found no room before a delete";
   }
   return "";
 }

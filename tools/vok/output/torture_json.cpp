@@ -1,12 +1,10 @@
 #include "output/torture_json.h"
 
-#include <nlohmann/json.hpp>
+#include "output/json_text.h"
 
 namespace vok::tool {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 Json PlacesOf(const TortureResult& result) {
   Json places = Json::array();
@@ -32,8 +30,10 @@ Json KnownEndsOf(const sweep::Tally& tally) {
 }
 
 Json ResultOf(const TortureResult& result) {
+  if (!result.not_tried.empty()) return {{"operation", result.operation->name}, {"not_tried", result.not_tried}};
   return {{"operation", result.operation->name},
           {"cut_images", result.tally.images},
+          {"single_cuts", result.single_cuts},
           {"one_cut", result.tally.CasesAt(0)},
           {"two_cuts", result.tally.CasesAt(1)},
           {"chains", result.tally.CasesAt(2)},
@@ -46,10 +46,11 @@ Json ResultOf(const TortureResult& result) {
 }  // namespace
 
 std::string TortureJson(const std::string& section, std::span<const TortureResult> results) {
-  Json json = {{"format", "vok/1"}, {"section", section}, {"operations", Json::array()}};
+  Json json = Answer();
+  json["section"] = section;
+  json["operations"] = Json::array();
   for (const TortureResult& result : results) json["operations"].push_back(ResultOf(result));
-  constexpr int kIndent = 1;
-  return json.dump(kIndent, ' ', false, Json::error_handler_t::replace) + '\n';
+  return JsonText(json);
 }
 
 }  // namespace vok::tool

@@ -3,7 +3,6 @@
 #include <fmt/core.h>
 
 #include <map>
-#include <nlohmann/json.hpp>
 
 #include "block_words.h"
 
@@ -11,17 +10,11 @@
 #include "image/written_runs.h"
 #include "map/map_terminal.h"
 
+#include "output/json_text.h"
+
 namespace vok::tool {
 
 namespace {
-
-/// Keeps the fields in the order in which they are written here.
-using Json = nlohmann::ordered_json;
-
-std::string Text(const Json& json) {
-  constexpr int kIndent = 1;
-  return json.dump(kIndent, ' ', false, Json::error_handler_t::replace) + '\n';
-}
 
 Json FindingsOf(const SectionView& section, u16 block) {
   Json json = Json::array();
@@ -129,7 +122,7 @@ Json PageBlock(const SectionView& section, const BlockView& block) {
 
 }  // namespace
 
-std::string MapJson(const ImageView& view) { return Text(MapOf(view, BlockOf)); }
+std::string MapJson(const ImageView& view) { return JsonText(MapOf(view, BlockOf)); }
 
 std::string ExplanationJson(const Explanation& explanation) {
   Json json = {{"format", "vok/1"},
@@ -143,14 +136,14 @@ std::string ExplanationJson(const Explanation& explanation) {
   json["facts"] = Json::array();
   for (const Fact& fact : explanation.facts) json["facts"].push_back({{"what", fact.what}, {"value", fact.value}});
   json["next"] = explanation.next;
-  return Text(json);
+  return JsonText(json);
 }
 
 std::string HistoryJson(u16 type, u16 id, std::span<const ItemCopy> copies) {
   Json json = {{"format", "vok/1"}, {"type", type}, {"id", id}, {"order", "current, then by block and slot"}};
   json["copies"] = Json::array();
   for (std::size_t i = 0; i < copies.size(); ++i) json["copies"].push_back(CopyOf(i, copies[i]));
-  return Text(json);
+  return JsonText(json);
 }
 
 std::string PageJson(const ImageView& view, const std::string& image_name) {
