@@ -1,12 +1,8 @@
-#include <nlohmann/json.hpp>
-
 #include "tool_fixture.h"
 
 namespace vok::test {
 
 namespace {
-
-using nlohmann::json;
 
 /// Two sections of store version 1, empty at first.
 class ChangeTest : public ToolTest {
@@ -16,7 +12,7 @@ class ChangeTest : public ToolTest {
         {"tag": "CPGA", "kind": "read-write", "start": 131072, "block_count": 2, "partition": 0, "types": [[1, 99]]},
         {"tag": "TUNA", "kind": "read-write", "start": 262144, "block_count": 2, "partition": 1, "types": [[100, 199]]}
         ]})";
-    Write("d.json", Bytes(description.begin(), description.end()));
+    WriteText("d.json", description);
     RunWell("new d.json --psdt-out p.bin -o c.bin");
   }
 
@@ -29,7 +25,7 @@ class ChangeTest : public ToolTest {
     return Read("got");
   }
   json Block(std::size_t index) const {
-    return json::parse(RunWell(kPair + " info --blocks --json"))["sections"][0]["blocks"][index];
+    return RunJson(kPair + " info --blocks --json")["sections"][0]["blocks"][index];
   }
   std::size_t CountItems() const { return ListedItems(RunWell(kPair + " list --json")).size(); }
 
@@ -53,40 +49,12 @@ TEST_F(ChangeTest, WritesAndReplacesAnItem) {
   RunWell(kPair + " check");
 }
 
-TEST_F(ChangeTest, ReorganisesWhenAWriteFindsNoRoom) {
-  WriteItem("5 0", 30000, 1);
-  WriteItem("5 0", 29000, 2);
-  Write("item", Bytes(30000, 3));
-  const Answer answer = Run(kPair + " --verbose write 5 1 item");
-  EXPECT_EQ(answer.status, 0) << answer.err;
-  EXPECT_NE(answer.err.find("section CPGA: no room (VOK Error #123: Need Reorg)"), std::string::npos) << answer.err;
-  EXPECT_NE(answer.err.find("section CPGA: reorganised block 1"), std::string::npos) << answer.err;
-  EXPECT_EQ(ReadItem("5 0"), Bytes(29000, 2));
-  EXPECT_EQ(ReadItem("5 1"), Bytes(30000, 3));
-  RunWell(kPair + " check");
-}
-
-/// The record of the new copy fits, the marker that announces it does not.
-TEST_F(ChangeTest, LeavesNothingUnfinishedWhenOnlyTheMarkerFindsNoRoom) {
-  WriteItem("5 0", 20000, 1);
-  WriteItem("5 1", 10000, 2);
-  RunWell(kPair + " delete 5 1");
-  const std::size_t largest = Block(1)["largest_item"];
-  Write("item", Bytes(largest, 3));
-  const Answer answer = Run(kPair + " --verbose write 5 0 item");
-  EXPECT_EQ(answer.status, 0) << answer.err;
-  EXPECT_NE(answer.err.find("section CPGA: no room"), std::string::npos) << answer.err;
-  EXPECT_EQ(ReadItem("5 0"), Bytes(largest, 3));
-  EXPECT_EQ(CountItems(), 1U);
-  RunWell(kPair + " check");
-}
-
 /// Each attempt leaves an unfinished copy in the block that the next one fills, while the room for the marker lies in
 /// another: reorganising only the block with most dead bytes would go on for ever.
 TEST_F(ChangeTest, MakesRoomForTheMarkerInAnotherBlock) {
   const std::string description = R"({"version": 1, "sections": [
       {"tag": "CPGA", "kind": "read-write", "start": 131072, "block_count": 3, "partition": 0, "types": [[1, 99]]}]})";
-  Write("d.json", Bytes(description.begin(), description.end()));
+  WriteText("d.json", description);
   RunWell("new d.json --psdt-out p.bin -o c.bin");
   WriteItem("5 0", 20000, 1);
   WriteItem("5 1", 46000, 2);
@@ -136,7 +104,6 @@ TEST_F(ChangeTest, RenamesWithinASection) {
   EXPECT_EQ(CountItems(), 2U);
   ExpectFailure(kPair + " rename 5 9 6 0", "cannot rename item type 5 ID 9", "135: Target Exists");
   ExpectFailure(kPair + " rename 5 9 100 0", "section CPGA and type 100 to section TUNA", "116: Invalid Partition");
-  ExpectFailure(kPair + " rename 5 1 6 1", "item type 5 ID 1", "119: Item not found");
 }
 
 TEST_F(ChangeTest, DeletesOneItemAndRanges) {
@@ -147,7 +114,7 @@ TEST_F(ChangeTest, DeletesOneItemAndRanges) {
   ExpectFailure(kPair + " delete 5 1-100", "cannot delete item type 5 ID 1 to 100", "119: Item not found");
   EXPECT_EQ(RunWell(kPair + " delete --types 6-150 --section CPGA -o other.bin"), "2 items deleted\n");
   EXPECT_EQ(CountItems(), 4U);
-  EXPECT_EQ(json::parse(RunWell(kPair + " delete --types 6-150 --json")).at("deleted"), 3);
+  EXPECT_EQ(RunJson(kPair + " delete --types 6-150 --json").at("deleted"), 3);
   EXPECT_EQ(ReadItem("5 0"), Bytes(10, 1));
   EXPECT_EQ(CountItems(), 1U);
   EXPECT_EQ(Run(kPair + " delete 5").status, 2);
@@ -158,20 +125,14 @@ TEST_F(ChangeTest, ReorganiseRegainsEveryDeadByte) {
   WriteItem("5 0", 20000, 2);
   WriteItem("5 1", 10, 3);
   const json before = Block(1);
-  EXPECT_EQ(before["state"], "Active");
-  EXPECT_EQ(before["live_slots"], 2);
-  EXPECT_EQ(before["deleted_slots"], 2) << "the old copy and the marker";
   const int dead = before["dead_bytes"];
   EXPECT_GT(dead, 10000);
 
-  const json answer = json::parse(RunWell(kPair + " reorganise --json"));
+  const json answer = RunJson(kPair + " reorganise --json");
   const json section = answer.at("sections").at(0);
   EXPECT_EQ(section.at("free_after").get<int>() - section.at("free_before").get<int>(), dead);
   EXPECT_EQ(answer.at("sections").at(1).at("blocks"), 0);
   EXPECT_EQ(Block(0)["dead_bytes"], 0);
-  EXPECT_EQ(Block(0)["state"], "Active");
-  EXPECT_EQ(Block(1)["state"], "Free");
-  EXPECT_EQ(Block(1)["erase_count"], 2);
   EXPECT_EQ(ReadItem("5 0"), Bytes(20000, 2));
   RunWell(kPair + " check");
 }
@@ -182,18 +143,6 @@ TEST_F(ChangeTest, ReadOnlySectionsStayAsTheyAre) {
   ExpectFailure(image.Pair() + " write 300 0 item", "section PDAT: the section is read-only", "134: Read Only");
   ExpectFailure(image.Pair() + " delete --types 1-65533", "section PDAT is read-only", "134: Read Only");
   ExpectFailure(image.Pair() + " reorganise PDAT", "section PDAT: it is read-only", "134: Read Only");
-}
-
-TEST_F(ChangeTest, ADumpStaysADump) {
-  const TestImage image = Copy("v1", "clean");
-  const std::string dump = Dump(image);
-  const Bytes before = Read("dump.bin");
-  Write("item", {1, 2, 3});
-  RunWell(dump + " write 200 new item");
-  const Bytes after = Read("dump.bin");
-  ASSERT_EQ(after.size(), before.size());
-  EXPECT_TRUE(std::equal(before.begin(), before.begin() + kCodeplugAddress, after.begin())) << "with the PSDT as given";
-  EXPECT_EQ(ListedItems(RunWell(dump + " list --json")).size(), ExpectedItems(Text(Read(image.json))).size() + 1);
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 #include <cstdlib>
-#include <nlohmann/json.hpp>
 #include <random>
 
 #include "tool_fixture.h"
@@ -7,8 +6,6 @@
 namespace vok::test {
 
 namespace {
-
-using nlohmann::json;
 
 /// Damaged images: whatever lies in the blocks, a check foretells what a repair does, and a repaired image has the
 /// items that the tool gave before. VOK_SEED runs one seed alone.
@@ -35,29 +32,42 @@ class DamageTest : public ToolTest {
     return hopeless;
   }
 
-  static void ExpectFindingsToMatchMount(const json& report, unsigned seed) {
+  static void ExpectFindingsToMatchMount(const json& report) {
     for (const auto& section : report.at("sections")) {
       std::size_t seen_by_mount = 0;
       for (const auto& finding : section.at("findings"))
         if (std::string(finding.at("what")).find("outside") == std::string::npos) ++seen_by_mount;
-      EXPECT_EQ(section.at("code") == 0, seen_by_mount == 0) << "seed " << seed << '\n' << section;
+      EXPECT_EQ(section.at("code") == 0, seen_by_mount == 0) << section;
+    }
+  }
+
+  static void ExpectEveryByteCountedOnce(const json& map) {
+    for (const auto& section : map.at("sections")) {
+      for (const auto& block : section.at("blocks")) {
+        std::int64_t sum = 0;
+        for (const char* const share : {"live", "dead", "unfinished", "free"}) sum += block.at(share).get<int>();
+        EXPECT_EQ(sum, section.at("block_size")) << block;
+      }
     }
   }
 
   void RunSeed(unsigned seed) const {
-    const TestImage image = Copy("v1", "clean");
-    Damage(image, seed);
-    const std::string pair = "--store-version 1 " + image.Pair();
+    SCOPED_TRACE("VOK_SEED=" + std::to_string(seed));
+    Copy("v1", "clean");
+    Damage(image_, seed);
+    const std::string pair = "--store-version 1 " + image_.Pair();
     const Answer check = Run("check --json " + pair);
-    ASSERT_TRUE(check.status == 0 || check.status == 1) << "seed " << seed << '\n' << check.err;
+    ASSERT_TRUE(check.status == 0 || check.status == 1) << check.err;
     const json report = json::parse(check.out);
-    ExpectFindingsToMatchMount(report, seed);
+    ExpectFindingsToMatchMount(report);
+    ExpectEveryByteCountedOnce(RunJson("map --json --svg /dev/null --html page.html " + pair));
+    RunWell("explain " + std::to_string(kCodeplugAddress + seed * 16411 % 0xA0000) + ' ' + pair);
     const Answer before = Run("list --json " + pair);
     const Answer repair = Run("repair " + pair);
-    EXPECT_EQ(repair.status, ExpectsNoRepair(report) ? 1 : 0) << "seed " << seed << '\n' << check.out << repair.err;
+    EXPECT_EQ(repair.status, ExpectsNoRepair(report) ? 1 : 0) << check.out << repair.err;
     const Answer after = Run("list --json " + pair);
-    EXPECT_EQ(after.out, before.out) << "seed " << seed;
-    EXPECT_EQ(after.err, before.err) << "seed " << seed;
+    EXPECT_EQ(after.out, before.out);
+    EXPECT_EQ(after.err, before.err);
   }
 
   static constexpr std::size_t kBlockSize = 0x10000;

@@ -1,16 +1,12 @@
-#include <nlohmann/json.hpp>
-
 #include "tool_fixture.h"
 
 namespace vok::test {
 
 namespace {
 
-using nlohmann::json;
-
 class DiffTest : public ToolTest {
  protected:
-  DiffTest() : image_(Copy("v1", "clean")) {
+  DiffTest() {
     Write("b.bin", Read(image_.codeplug));
     RunWell("unpack a " + image_.Pair());
     Write("item", {1, 2, 3});
@@ -19,8 +15,6 @@ class DiffTest : public ToolTest {
   std::string Changed(const std::string& arguments) const {
     return RunWell("--psdt " + image_.psdt + " --codeplug b.bin " + arguments);
   }
-
-  TestImage image_;
 };
 
 TEST_F(DiffTest, EqualImagesInEveryForm) {
@@ -29,7 +23,7 @@ TEST_F(DiffTest, EqualImagesInEveryForm) {
   EXPECT_EQ(RunWell("diff a " + pair), "");
   EXPECT_EQ(RunWell("diff dump.bin a"), "");
   EXPECT_EQ(RunWell("--psdt " + image_.psdt + " diff b.bin@0x20000 " + image_.codeplug), "");
-  EXPECT_EQ(json::parse(RunWell("diff a a --json")),
+  EXPECT_EQ(RunJson("diff a a --json"),
             json::parse(R"({"format": "vok/1", "added": [], "removed": [], "changed": []})"));
 }
 

@@ -4,12 +4,8 @@ namespace vok::test {
 
 namespace {
 
-constexpr const char* kInvalidParameter = "115: Invalid Parameter";
-
 class FailureTest : public ToolTest {
  protected:
-  FailureTest() : image_(Copy("v1", "clean")) {}
-
   void ExpectWrongCommandLine(const std::string& arguments, const std::string& what) const {
     const Answer answer = Run(arguments);
     EXPECT_EQ(answer.status, 2) << arguments;
@@ -17,59 +13,43 @@ class FailureTest : public ToolTest {
     EXPECT_NE(answer.err.find(what), std::string::npos) << arguments << '\n' << answer.err;
     EXPECT_EQ(std::count(answer.err.begin(), answer.err.end(), '\n'), 1) << answer.err;
   }
-
-  TestImage image_;
 };
 
 TEST_F(FailureTest, MissingFile) {
-  ExpectFailure("list --psdt none.bin --codeplug " + image_.codeplug, "cannot read none.bin: No such",
-                kInvalidParameter);
-  ExpectFailure("check --psdt v1-psdt.bin --codeplug none.bin@0x20000", "cannot read none.bin: No such",
-                kInvalidParameter);
-  ExpectFailure("unpack out --image none.bin", "cannot read none.bin: No such", kInvalidParameter);
-  ExpectFailure("repair --image .", "cannot read .: Is a directory", kInvalidParameter);
+  ExpectFailure("list --psdt none.bin --codeplug " + image_.codeplug, "cannot read none.bin: No such");
+  ExpectFailure("repair --image .", "cannot read .: Is a directory");
 }
 
-TEST_F(FailureTest, ShortFile) {
+TEST_F(FailureTest, FileTooShortOrTooLong) {
   Bytes codeplug = Read(image_.codeplug);
   codeplug.resize(0x60000);
   Write("short.bin", codeplug);
   ExpectFailure("list --psdt v1-psdt.bin --codeplug short.bin",
-                "short.bin holds 0x20000 to 0x80000, not the whole of section TUNA (0x60000 to 0xA0000)",
-                kInvalidParameter);
-  ExpectFailure("unpack out --psdt v1-psdt.bin --codeplug " + image_.codeplug + "@0x30000", "section CPGA",
-                kInvalidParameter);
+                "short.bin holds 0x20000 to 0x80000, not the whole of section TUNA (0x60000 to 0xA0000)");
+  ExpectFailure("unpack out --psdt v1-psdt.bin --codeplug " + image_.codeplug + "@0x30000", "section CPGA");
   Write("short.bin", Bytes(0xE100, 0xFF));
-  ExpectFailure("info --image short.bin", "short.bin ends at 0xE100: no PSDT at 0xE000", kInvalidParameter);
+  ExpectFailure("info --image short.bin", "short.bin ends at 0xE100: no PSDT at 0xE000");
   Write("short.bin", {});
-  ExpectFailure("info --image short.bin", "short.bin is empty", kInvalidParameter);
-  ExpectFailure("info --psdt short.bin --codeplug " + image_.codeplug, "short.bin is empty", kInvalidParameter);
+  ExpectFailure("info --image short.bin", "short.bin is empty");
   Bytes psdt = Read(image_.psdt);
   psdt.resize(300);
   Write("short.bin", psdt);
-  ExpectFailure("info --psdt short.bin --codeplug " + image_.codeplug, "too short for its records", kInvalidParameter);
-}
-
-TEST_F(FailureTest, LongFile) {
+  ExpectFailure("info --psdt short.bin --codeplug " + image_.codeplug, "too short for its records");
   Write("long.bin", Bytes(kFlashSize + 1, 0xFF));
-  ExpectFailure("info --image long.bin", "long.bin is longer than the flash image", kInvalidParameter);
+  ExpectFailure("info --image long.bin", "long.bin is longer than the flash image");
 }
 
 TEST_F(FailureTest, PsdtWithoutMagic) {
   Overwrite(image_.psdt, 0, {'P', 'H', 'D', 'X'});
-  ExpectFailure("info " + image_.Pair(), "PSDT v1-psdt.bin at 0xE000 does not begin with the magic PHDR",
-                kInvalidParameter);
-  const std::string dump = Dump(image_);
-  ExpectFailure("check " + dump, "PSDT dump.bin at 0xE000 does not begin with the magic", kInvalidParameter);
+  ExpectFailure("info " + image_.Pair(), "PSDT v1-psdt.bin at 0xE000 does not begin with the magic PHDR");
+  ExpectFailure("check " + Dump(image_), "PSDT dump.bin at 0xE000 does not begin with the magic");
 }
 
 TEST_F(FailureTest, AddressOutsideTheImage) {
-  ExpectFailure("list --psdt v1-psdt.bin@0x1FFFF00 --codeplug " + image_.codeplug, "4096 bytes at 0x1FFFF00",
-                kInvalidParameter);
-  ExpectFailure("list --psdt v1-psdt.bin --codeplug " + image_.codeplug + "@0x200000000", "at 0x200000000",
-                kInvalidParameter);
-  const std::string dump = Dump(image_);
-  ExpectFailure("list --image dump.bin --psdt-address 0x1FFFFFF", "no PSDT at 0x1FFFFFF", kInvalidParameter);
+  ExpectFailure("list --psdt v1-psdt.bin@0x1FFFF00 --codeplug " + image_.codeplug, "4096 bytes at 0x1FFFF00");
+  ExpectFailure("list --psdt v1-psdt.bin --codeplug " + image_.codeplug + "@0x200000000", "at 0x200000000");
+  Dump(image_);
+  ExpectFailure("list --image dump.bin --psdt-address 0x1FFFFFF", "no PSDT at 0x1FFFFFF");
 }
 
 TEST_F(FailureTest, UnknownSection) {
@@ -79,10 +59,9 @@ TEST_F(FailureTest, UnknownSection) {
 }
 
 TEST_F(FailureTest, ItemThatDoesNotExist) {
-  ExpectFailure("read 2 65000 " + image_.Pair(), "item type 2 ID 65000", "119: Item not found");
-  ExpectFailure("read 0x2 0xFDE8 -o item " + image_.Pair(), "item type 2 ID 65000", "119: Item not found");
+  ExpectFailure("read 0x2 0xFDE8 " + image_.Pair(), "item type 2 ID 65000", "119: Item not found");
   ExpectFailure("read 2 65535 " + image_.Pair(), "item type 2 ID 65535", "112: Invalid ID");
-  ExpectFailure("read 0 1 " + image_.Pair(), "type 0", kInvalidParameter);
+  ExpectFailure("read 0 1 " + image_.Pair(), "type 0");
   ExpectFailure("read 40000 1 " + image_.Pair(), "type 40000", "116: Invalid Partition");
 }
 
@@ -99,13 +78,13 @@ TEST_F(FailureTest, NothingToStartTheStoreWith) {
   Write("erased.bin", Bytes(0xA0000, 0xFF));
   ExpectFailure("list --psdt v1-psdt.bin --codeplug erased.bin", "no block of erased.bin carries a store version",
                 "125: Partition Needs Create");
-  const std::string twice = "list " + image_.Pair();
   Overwrite(image_.psdt, 288 + 68, {0, 1});
-  ExpectFailure(twice, "cannot be set up", kInvalidParameter);
+  ExpectFailure("list " + image_.Pair(), "cannot be set up");
 }
 
 TEST_F(FailureTest, AnAnswerThatIsNotWritten) {
-  ExpectFailure("list " + image_.Pair() + " >/dev/full; }", "cannot write to standard output", kInvalidParameter, "{");
+  ExpectFailure("list " + image_.Pair() + " >/dev/full; }", "cannot write to standard output", "115: Invalid Parameter",
+                "{");
 }
 
 TEST_F(FailureTest, WrongCommandLine) {
@@ -117,7 +96,6 @@ TEST_F(FailureTest, WrongCommandLine) {
   ExpectWrongCommandLine("list --image a " + pair, "excludes");
   ExpectWrongCommandLine("read 2 " + pair, "ID is required");
   ExpectWrongCommandLine("read 2 65536 " + pair, "ID: 65536 is not in 0 to 65535");
-  ExpectWrongCommandLine("read 2 -1 " + pair, "-1");
   ExpectWrongCommandLine("read 2x 1 " + pair, "TYPE: '2x' is not a number");
   ExpectWrongCommandLine("list --store-version 4 " + pair, "--store-version: 4 is not in 1 to 3");
   EXPECT_EQ(RunWell("--version").rfind("vok ", 0), 0U);

@@ -1,19 +1,15 @@
-#include <nlohmann/json.hpp>
-
 #include "tool_fixture.h"
 
 namespace vok::test {
 
 namespace {
 
-using nlohmann::json;
-
 class InfoTest : public ToolTest {};
 
 TEST_F(InfoTest, DescribesSectionsAndTheirSpace) {
   const TestImage image = Copy("v3", "missing_signature");
-  const json info = json::parse(RunWell("info --json " + image.Pair()));
-  EXPECT_EQ(json::parse(RunWell(Dump(image) + " info --json")), info);
+  const json info = RunJson("info --json " + image.Pair());
+  EXPECT_EQ(RunJson(Dump(image) + " info --json"), info);
   EXPECT_EQ(info.at("format"), "vok/1");
   EXPECT_EQ(info.at("version"), 3);
   EXPECT_EQ(info.at("psdt").at("records"), 4);
@@ -30,46 +26,29 @@ TEST_F(InfoTest, DescribesSectionsAndTheirSpace) {
 }
 
 TEST_F(InfoTest, TellsWhatStartUpPassesOver) {
-  const TestImage image = Copy("v1", "clean");
-  Overwrite(image.psdt, 288 + 36, {0, 9});
-  const json info = json::parse(RunWell("info --json " + image.Pair()));
+  Overwrite(image_.psdt, 288 + 36, {0, 9});
+  const json info = RunJson("info --json " + image_.Pair());
   EXPECT_EQ(info.at("sections").size(), 2U);
   EXPECT_EQ(info.at("passed_over"),
             json::parse(R"([{"record": 2, "section": "XTRA", "why": "its kind is none of this store version"}])"));
-  EXPECT_NE(RunWell("info " + image.Pair()).find("record 2 (XTRA) is passed over"), std::string::npos);
-}
-
-TEST_F(InfoTest, TellsWhyASectionDoesNotMount) {
-  const TestImage image = Copy("v1", "clean");
-  Overwrite(image.codeplug, 0, Bytes(4, 0));
-  Overwrite(image.codeplug, 0x10000, Bytes(4, 0));
-  const json section = json::parse(RunWell("info --json " + image.Pair())).at("sections").at(0);
-  EXPECT_EQ(section.at("mounted"), false);
-  EXPECT_EQ(section.at("code"), 125);
-  EXPECT_EQ(section.at("space"), json());
+  EXPECT_NE(RunWell("info " + image_.Pair()).find("record 2 (XTRA) is passed over"), std::string::npos);
 }
 
 TEST_F(InfoTest, WorksWhenTheStoreCannotBeSetUp) {
-  const TestImage image = Copy("v1", "clean");
-  Overwrite(image.psdt, 288 + 68, {0, 1});
-  const json info = json::parse(RunWell("info --json " + image.Pair()));
-  for (const auto& section : info.at("sections")) EXPECT_EQ(section.at("code"), 138);
-  EXPECT_NE(RunWell("info " + image.Pair()).find("cannot be set up: VOK Error #115"), std::string::npos);
+  Overwrite(image_.psdt, 288 + 68, {0, 1});
+  const json info = RunJson("info --json " + image_.Pair());
+  for (const auto& section : info.at("sections")) {
+    EXPECT_EQ(section.at("mounted"), false);
+    EXPECT_EQ(section.at("code"), 138);
+    EXPECT_EQ(section.at("space"), json());
+  }
+  EXPECT_NE(RunWell("info " + image_.Pair()).find("cannot be set up: VOK Error #115"), std::string::npos);
 }
 
 TEST_F(InfoTest, TheStoreVersionIsThatOfMostBlocks) {
-  const TestImage image = Copy("v1", "clean");
-  Overwrite(image.codeplug, 4, {0, 0, 0, 3});
-  EXPECT_EQ(json::parse(RunWell("info --json " + image.Pair())).at("version"), 1);
-  EXPECT_EQ(json::parse(RunWell("info --json --store-version 2 " + image.Pair() + "@0x20000")).at("version"), 2);
-}
-
-TEST_F(InfoTest, VerboseSpeaksOnStandardErrorAlone) {
-  const TestImage image = Copy("v1", "clean");
-  const Answer answer = Run("info --verbose " + image.Pair());
-  EXPECT_EQ(answer.status, 0);
-  EXPECT_EQ(answer.out, RunWell("info " + image.Pair()));
-  EXPECT_NE(answer.err.find("using 1\n"), std::string::npos);
+  Overwrite(image_.codeplug, 4, {0, 0, 0, 3});
+  EXPECT_EQ(RunJson("info --json " + image_.Pair()).at("version"), 1);
+  EXPECT_EQ(RunJson("info --json --store-version 2 " + image_.Pair() + "@0x20000").at("version"), 2);
 }
 
 }  // namespace

@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <nlohmann/json.hpp>
 
 namespace vok::test {
 
@@ -29,7 +28,7 @@ Bytes ReadPath(const fs::path& path) {
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-Items ItemsOf(const nlohmann::json& items) {
+Items ItemsOf(const json& items) {
   Items keys;
   for (const auto& item : items)
     keys.emplace(item.at("section"), item.at("type"), item.at("id"), item.at("length"), item.at("crc32"));
@@ -38,7 +37,8 @@ Items ItemsOf(const nlohmann::json& items) {
 
 }  // namespace
 
-ToolTest::ToolTest() : directory_(MakeDirectory() / "files") { fs::create_directory(directory_); }
+ToolTest::ToolTest()
+    : directory_(MakeDirectory() / "files"), image_((fs::create_directory(directory_), Copy("v1", "clean"))) {}
 
 ToolTest::~ToolTest() {
   std::error_code ignored;
@@ -138,12 +138,12 @@ Bytes WithState(const Bytes& codeplug, const SlotPlace& place, int state) {
   return {static_cast<std::uint8_t>((codeplug[place.word] & 0x3F) | state)};
 }
 
-Items ExpectedItems(const std::string& json_text) { return ItemsOf(nlohmann::json::parse(json_text).at("items")); }
+Items ExpectedItems(const std::string& json_text) { return ItemsOf(json::parse(json_text).at("items")); }
 
 Items ListedItems(const std::string& json_text) {
-  const auto json = nlohmann::json::parse(json_text);
-  EXPECT_EQ(json.at("format"), "vok/1");
-  return ItemsOf(json.at("items"));
+  const json list = json::parse(json_text);
+  EXPECT_EQ(list.at("format"), "vok/1");
+  return ItemsOf(list.at("items"));
 }
 
 std::string Checksum(const Bytes& bytes) {

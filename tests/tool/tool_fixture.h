@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <set>
 #include <string>
 #include <tuple>
@@ -14,6 +15,7 @@
 namespace vok::test {
 
 using Bytes = std::vector<std::uint8_t>;
+using nlohmann::json;
 
 /// What one run of the tool answered.
 struct Answer {
@@ -51,25 +53,37 @@ class ToolTest : public testing::Test {
   /// Expects status 0 and gives standard output.
   std::string RunWell(const std::string& arguments) const;
 
+  /// Expects status 0 and JSON on standard output.
+  json RunJson(const std::string& arguments) const { return json::parse(RunWell(arguments)); }
+
   /// Expects status 1 with one line on standard error that holds @p what and the text of @p code, and the directory as
   /// it was.
-  void ExpectFailure(const std::string& arguments, const std::string& what, const std::string& code,
-                     const std::string& before = "") const;
+  void ExpectFailure(const std::string& arguments, const std::string& what,
+                     const std::string& code = "115: Invalid Parameter", const std::string& before = "") const;
 
   /// Copies an image of tests/data, e.g. "v2", "several", under @p name.
   TestImage Copy(const std::string& version, const std::string& name) const;
+
+  /// An image of each version, of which the first is clean.
+  std::vector<TestImage> CopyAll() const {
+    return {Copy("v1", "clean"), Copy("v2", "several"), Copy("v3", "missing_signature")};
+  }
 
   /// Writes a dump of the whole flash with the image in it. @return the arguments that name it
   std::string Dump(const TestImage& image, std::uint32_t psdt_address = kPsdtAddress) const;
 
   Bytes Read(const std::string& name) const;
   void Write(const std::string& name, const Bytes& bytes) const;
+  void WriteText(const std::string& name, const std::string& text) const {
+    Write(name, Bytes(text.begin(), text.end()));
+  }
   void Overwrite(const std::string& name, std::size_t offset, const Bytes& bytes) const;
 
   /// Every file and directory below the test's directory.
   std::set<std::string> Files() const;
 
   std::filesystem::path directory_;
+  const TestImage image_;  ///< the clean image of version 1
 };
 
 /// A header slot of a version-1 codeplug's first block, as offsets into the codeplug.

@@ -1,41 +1,33 @@
-#include <nlohmann/json.hpp>
-
 #include "tool_fixture.h"
 
 namespace vok::test {
 
 namespace {
 
-using nlohmann::json;
-
 class TortureTest : public ToolTest {
  protected:
   json Operations(const std::string& arguments) const {
-    return json::parse(RunWell("torture --json " + arguments)).at("operations");
+    return RunJson("torture --json " + arguments).at("operations");
   }
 };
 
 TEST_F(TortureTest, EveryCutOnAUsersImageComesOutWellAndLeavesTheImageAlone) {
-  for (const char* const version : {"v1", "v2", "v3"}) {
-    const TestImage image = Copy(version, version[1] == '1'   ? "clean"
-                                          : version[1] == '2' ? "several"
-                                                              : "missing_signature");
+  for (const TestImage& image : CopyAll()) {
     const Bytes before = Read(image.codeplug);
     const json operations = Operations("--operation delete --operation append --seconds 2 " + image.Pair());
-    ASSERT_EQ(operations.size(), 2U) << version;
+    ASSERT_EQ(operations.size(), 2U) << image.codeplug;
     EXPECT_EQ(operations[0].at("operation"), "delete");
     for (const json& operation : operations) {
       EXPECT_TRUE(operation.at("faults").empty()) << operation;
-      EXPECT_GT(operation.at("one_cut"), 1) << version;
+      EXPECT_GT(operation.at("one_cut"), 1) << image.codeplug;
     }
-    EXPECT_GT(operations[1].at("two_cuts"), 0) << version;
+    EXPECT_GT(operations[1].at("two_cuts"), 0) << image.codeplug;
     EXPECT_EQ(Read(image.codeplug), before);
   }
 }
 
 TEST_F(TortureTest, ARewriteInPlaceEndsOldOrNewOrAsItsRuleSays) {
-  const std::string dump = Dump(Copy("v1", "clean"));
-  const json rewrite = Operations("--operation rewrite " + dump)[0];
+  const json rewrite = Operations("--operation rewrite " + Dump(image_))[0];
   ASSERT_EQ(rewrite.at("known_ends").size(), 1U);
   const json& places = rewrite.at("places");
   const int known = places[0].at("outcomes").at("known end");
@@ -47,7 +39,7 @@ TEST_F(TortureTest, ARewriteInPlaceEndsOldOrNewOrAsItsRuleSays) {
 }
 
 TEST_F(TortureTest, RefusesWhatCannotBeTried) {
-  const std::string pair = Copy("v1", "clean").Pair();
+  const std::string pair = image_.Pair();
   ExpectFailure("torture --item 1 60000 " + pair, "no item type 1 ID 60000", "119: Item not found");
   ExpectFailure("torture --section NONE " + pair, "section NONE is not in the PSDT", "116: Invalid Partition");
   EXPECT_EQ(Run("torture --operation melt " + pair).status, 2);

@@ -1,12 +1,8 @@
-#include <nlohmann/json.hpp>
-
 #include "tool_fixture.h"
 
 namespace vok::test {
 
 namespace {
-
-using nlohmann::json;
 
 class UnpackTest : public ToolTest {
  protected:
@@ -27,23 +23,15 @@ class UnpackTest : public ToolTest {
   }
 
   json Manifest(const std::string& directory) const { return json::parse(Read(directory + "/manifest.json")); }
-
-  std::size_t CountFiles(const std::string& directory) const {
-    std::size_t count = 0;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(directory_ / directory))
-      count += entry.is_regular_file() ? 1 : 0;
-    return count;
-  }
 };
 
 TEST_F(UnpackTest, GivesTheItemsOfAnUnfinishedImageInThreeVersions) {
-  for (const TestImage& image : {Copy("v1", "clean"), Copy("v2", "several"), Copy("v3", "missing_signature")}) {
+  for (const TestImage& image : CopyAll()) {
     const std::string directory = image.codeplug + ".d";
     const Bytes before = Read(image.codeplug);
     RunWell(image.Pair() + " unpack " + directory);
     const Items expected = ExpectedItems(Text(Read(image.json)));
     EXPECT_EQ(UnpackedItems(directory), expected) << image.codeplug;
-    EXPECT_EQ(CountFiles(directory), expected.size() + 2) << "items, manifest.json, psdt.bin";
     EXPECT_EQ(Read(directory + "/psdt.bin"), Read(image.psdt));
     EXPECT_EQ(Read(image.codeplug), before);
   }
@@ -64,54 +52,41 @@ TEST_F(UnpackTest, ManifestDescribesTheLayout) {
   EXPECT_EQ(manifest.at("sections").at(3).at("kind"), "read-only");
 }
 
-TEST_F(UnpackTest, DumpAndPairGiveTheSame) {
-  const TestImage image = Copy("v2", "several");
-  const std::string dump = Dump(image);
-  RunWell("unpack pair " + image.Pair());
-  RunWell("unpack dump " + dump);
-  EXPECT_EQ(Manifest("pair"), Manifest("dump"));
-  EXPECT_EQ(UnpackedItems("dump"), ExpectedItems(Text(Read(image.json))));
-}
-
 TEST_F(UnpackTest, TakesAnEmptyDirectoryAndRefusesAFullOne) {
-  const TestImage image = Copy("v1", "clean");
   std::filesystem::create_directory(directory_ / "out");
-  RunWell("unpack out/ " + image.Pair());
-  ExpectFailure("unpack out " + image.Pair(), "out: it exists and is not empty", "115: Invalid Parameter");
+  RunWell("unpack out/ " + image_.Pair());
+  ExpectFailure("unpack out " + image_.Pair(), "out: it exists and is not empty");
 
   Write("out/mine", {1});
-  RunWell("unpack --force out " + image.Pair());
+  RunWell("unpack --force out " + image_.Pair());
   EXPECT_FALSE(std::filesystem::exists(directory_ / "out/mine"));
-  EXPECT_EQ(UnpackedItems("out"), ExpectedItems(Text(Read(image.json))));
+  EXPECT_EQ(UnpackedItems("out"), ExpectedItems(Text(Read(image_.json))));
 }
 
 TEST_F(UnpackTest, NeverReplacesWhatItDidNotMake) {
-  const TestImage image = Copy("v1", "clean");
   std::filesystem::create_directory(directory_ / "home");
   Write("home/letter", {1});
-  ExpectFailure("unpack --force home " + image.Pair(), "holds no manifest.json", "115: Invalid Parameter");
-  ExpectFailure("unpack --force . " + image.Pair(), "current directory", "115: Invalid Parameter");
-  ExpectFailure("unpack v1-psdt.bin " + image.Pair(), "is no directory", "115: Invalid Parameter");
+  ExpectFailure("unpack --force home " + image_.Pair(), "holds no manifest.json");
+  ExpectFailure("unpack --force . " + image_.Pair(), "current directory");
+  ExpectFailure("unpack v1-psdt.bin " + image_.Pair(), "is no directory");
 }
 
 TEST_F(UnpackTest, LeavesNothingWhenTheDiskIsFull) {
-  const TestImage image = Copy("v1", "clean");
-  RunWell("unpack old " + image.Pair());
+  RunWell("unpack old " + image_.Pair());
   const std::string no_room = "trap '' XFSZ; ulimit -f 1;";
-  ExpectFailure("unpack new " + image.Pair(), "cannot write", "115: Invalid Parameter", no_room);
-  ExpectFailure("unpack --force old " + image.Pair(), "cannot write", "115: Invalid Parameter", no_room);
-  EXPECT_EQ(UnpackedItems("old"), ExpectedItems(Text(Read(image.json))));
+  ExpectFailure("unpack new " + image_.Pair(), "cannot write", "115: Invalid Parameter", no_room);
+  ExpectFailure("unpack --force old " + image_.Pair(), "cannot write", "115: Invalid Parameter", no_room);
+  EXPECT_EQ(UnpackedItems("old"), ExpectedItems(Text(Read(image_.json))));
 }
 
 TEST_F(UnpackTest, SectionNamesNeverLeaveTheDirectory) {
-  const TestImage image = Copy("v1", "clean");
-  Overwrite(image.psdt, 96, {'.', '.', '/', 'x'});
-  Overwrite(image.psdt, 192, {'X', 'T', 'R', 'A'});
-  RunWell("unpack out " + image.Pair());
+  Overwrite(image_.psdt, 96, {'.', '.', '/', 'x'});
+  Overwrite(image_.psdt, 192, {'X', 'T', 'R', 'A'});
+  RunWell("unpack out " + image_.Pair());
   EXPECT_TRUE(std::filesystem::exists(directory_ / "out/%2E%2E%2Fx"));
   EXPECT_TRUE(std::filesystem::exists(directory_ / "out/XTRA"));
   EXPECT_TRUE(std::filesystem::exists(directory_ / "out/XTRA.2"));
-  EXPECT_EQ(UnpackedItems("out").size(), ExpectedItems(Text(Read(image.json))).size());
+  EXPECT_EQ(UnpackedItems("out").size(), ExpectedItems(Text(Read(image_.json))).size());
 }
 
 }  // namespace
