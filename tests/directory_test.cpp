@@ -100,15 +100,5 @@ TEST_P(DirectoryTest, TheCacheTakesWhatIsLeftAndNothingLessThanOneEntry) {
   }
 }
 
-TEST_P(DirectoryTest, AnItemFoundByAScanIsCachedAndFollowsAReorganisation) {
-  SetUpFormatted({.arena = 512});
-  ASSERT_EQ(Write(5, 1, Payload(1, 100)), 0);
-  ASSERT_EQ(Remount(2, {.arena = 512}), 0);
-  EXPECT_EQ(Item(5, 1), Payload(1, 100));
-  ASSERT_EQ(ReorganiseBlock(0, FirstOpened(), 0), 0);
-  HideSlot(SlotAddress(0, 0));
-  EXPECT_EQ(Item(5, 1), Payload(1, 100)) << "the cache entry points at the moved slot";
-}
-
 }  // namespace
 }  // namespace vok::test

@@ -21,29 +21,23 @@ Bytes ReadFile(const fs::path& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// An image made by another program, with the items that it must give.
-struct Image {
-  fs::path folder;
-  std::string name;
-};
-
-std::vector<Image> AllImages() {
-  std::vector<Image> images;
+/// The images made by another program, each by the list of items that it must give.
+std::vector<fs::path> AllImages() {
+  std::vector<fs::path> images;
   for (const auto& entry : fs::recursive_directory_iterator(VOK_TEST_DATA))
-    if (entry.path().extension() == ".json")
-      images.push_back({entry.path().parent_path(), entry.path().stem().string()});
+    if (entry.path().extension() == ".json") images.push_back(entry.path());
   return images;
 }
 
-class ImagesTest : public testing::TestWithParam<Image> {};
+class ImagesTest : public testing::TestWithParam<fs::path> {};
 INSTANTIATE_TEST_SUITE_P(All, ImagesTest, testing::ValuesIn(AllImages()), [](const auto& test) {
-  return test.param.folder.filename().string() + "_" + test.param.name;
+  return test.param.parent_path().filename().string() + "_" + test.param.stem().string();
 });
 
 TEST_P(ImagesTest, ARepairMountGivesEveryItemAndASecondOneIsIdle) {
-  const auto expected = nlohmann::json::parse(ReadFile(GetParam().folder / (GetParam().name + ".json")));
-  const Bytes psdt = ReadFile(GetParam().folder / "psdt.bin");
-  const Bytes codeplug = ReadFile(GetParam().folder / (GetParam().name + ".bin"));
+  const auto expected = nlohmann::json::parse(ReadFile(GetParam()));
+  const Bytes psdt = ReadFile(GetParam().parent_path() / "psdt.bin");
+  const Bytes codeplug = ReadFile(fs::path(GetParam()).replace_extension(".bin"));
   const std::uint32_t address = expected["load_address"];
   const auto size = static_cast<std::uint32_t>(codeplug.size());
   VokWorker worker;
@@ -57,12 +51,10 @@ TEST_P(ImagesTest, ARepairMountGivesEveryItemAndASecondOneIsIdle) {
       for (const VOKITEM& item : worker.ReadAllVOK(section["section"])) {
         ASSERT_LT(next, expected["items"].size());
         const auto& wanted = expected["items"][next++];
-        EXPECT_EQ(section["section"], wanted["section"]);
-        EXPECT_EQ(item.Type, wanted["type"]);
-        EXPECT_EQ(item.Id, wanted["id"]);
-        EXPECT_EQ(item.Length, wanted["length"]);
         const auto crc = ::crc32(0, item.Data.data(), static_cast<uInt>(item.Data.size()));
-        EXPECT_EQ(crc, std::stoul(wanted["crc32"].get<std::string>(), nullptr, 16));
+        EXPECT_EQ(nlohmann::json({section["section"], item.Type, item.Id, item.Length, crc}),
+                  nlohmann::json({wanted["section"], wanted["type"], wanted["id"], wanted["length"],
+                                  std::stoul(wanted["crc32"].get<std::string>(), nullptr, 16)}));
       }
     }
     EXPECT_EQ(next, expected["items"].size());

@@ -7,16 +7,8 @@ namespace {
 
 class MountTest : public StoreTest {
  protected:
-  PartitionDescriptor Descriptor(std::uint16_t blocks, std::uint8_t kind) const {
-    return {.state = 1,
-            .base = kBase,
-            .block_size = format().block_size,
-            .arena = nullptr,
-            .arena_size = 0,
-            .lock_count = 1,
-            .handle_count = 1,
-            .block_count = blocks,
-            .flags = kind};
+  PartitionDescriptor Descriptor(std::uint16_t blocks, std::uint8_t kind) {
+    return StoreTest::Descriptor({.blocks = blocks, .kind = kind, .locks = 1, .handles = 1});
   }
 
   std::uint16_t SetUpOne(const PartitionDescriptor& descriptor) {
@@ -59,16 +51,10 @@ TEST_P(MountTest, SetUpRefusesBadDescriptorsAndFreesWhatItMade) {
 
 TEST_P(MountTest, ModesAndGuardsAnswerInOrder) {
   EXPECT_EQ(MountPartition(0, 2), 138);
-  const std::array<PartitionDescriptor, 3> three = {Descriptor(2, 0), Descriptor(1, 1),
-                                                    PartitionDescriptor{.state = 2,
-                                                                        .base = 1,
-                                                                        .block_size = 0,
-                                                                        .arena = nullptr,
-                                                                        .arena_size = 0,
-                                                                        .lock_count = 9,
-                                                                        .handle_count = 9,
-                                                                        .block_count = 9,
-                                                                        .flags = 3}};
+  std::array<PartitionDescriptor, 3> three = {Descriptor(2, 0), Descriptor(1, 1), Descriptor(9, 3)};
+  three[2].state = 2;
+  three[2].base = 1;
+  three[2].block_size = 0;
   ASSERT_EQ(SetUpPartitions(3, three.data()), 0);
   EXPECT_EQ(MountPartition(3, 0), 116);
   EXPECT_EQ(MountPartition(0, 3), 111);
@@ -101,27 +87,23 @@ TEST_P(MountTest, FormatWritesTheHeaderInOrderAndCountsWear) {
 }
 
 TEST_P(MountTest, UnfinishedBlockHeadersFailTheCheckAndAreFinishedByARepair) {
-  struct Case {
-    const char* what;
-    std::uint16_t state;
-    std::uint16_t repaired;
-  };
   const Format& f = format();
-  for (const Case& c :
-       {Case{"opening", f.opening, f.active}, Case{"erased", 0xFFFF, f.free}, Case{"retired", f.retired, f.free},
-        Case{"target", f.reorg_target, f.active}, Case{"unknown", 0x1234, f.free}}) {
+  using Case = std::pair<std::uint16_t, std::uint16_t>;
+  for (const auto& [state, repaired] : {Case{f.opening, f.active}, Case{0xFFFF, f.free}, Case{f.retired, f.free},
+                                        Case{f.reorg_target, f.active}, Case{0x1234, f.free}}) {
+    SCOPED_TRACE(state);
     SetUpFormatted();
     ASSERT_EQ(Write(5, 1, Payload(1, 50)), 0);
-    Poke16(BlockBase(0) + 12, c.state);
+    Poke16(BlockBase(0) + 12, state);
     const Bytes before = PartitionBytes();
-    EXPECT_EQ(Remount(1), 132) << c.what;
-    EXPECT_TRUE(device_.steps.empty()) << c.what;
-    EXPECT_EQ(PartitionBytes(), before) << c.what;
-    EXPECT_EQ(Remount(2), 0) << c.what;
-    EXPECT_EQ(Block(0).state, c.repaired) << c.what;
-    EXPECT_EQ(Read16(BlockBase(0) + 12), c.repaired) << c.what;
-    EXPECT_EQ(Item(5, 1), Payload(1, 50)) << c.what;
-    EXPECT_EQ(Remount(1), 0) << c.what;
+    EXPECT_EQ(Remount(1), 132);
+    EXPECT_TRUE(device_.steps.empty());
+    EXPECT_EQ(PartitionBytes(), before);
+    EXPECT_EQ(Remount(2), 0);
+    EXPECT_EQ(Block(0).state, repaired);
+    EXPECT_EQ(Read16(BlockBase(0) + 12), repaired);
+    EXPECT_EQ(Item(5, 1), Payload(1, 50));
+    EXPECT_EQ(Remount(1), 0);
   }
 }
 

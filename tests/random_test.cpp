@@ -173,8 +173,6 @@ class RandomTest : public AdvisedStoreTest {
       VisitTheBrim(wanted);
     }
     InstallFlashDevice(&device_);
-    RecordProperty("reorganisations", reorganisations_);
-    RecordProperty("refusals", refusals_);
     EXPECT_GT(reorganisations_, 0);
     EXPECT_GT(refusals_, 0);
   }

@@ -172,20 +172,5 @@ TEST_P(WriteTest, BestFitKeepsTheSpareAndTellsHowToMakeRoom) {
   EXPECT_EQ(WriteItem(0, 1, 5, &id, nullptr, largest), 124);
 }
 
-TEST_P(WriteTest, AFailedAllocationOfTheMarkerLeavesTheOldCopy) {
-  SetUpFormatted({.blocks = 2});
-  ASSERT_EQ(Write(5, 1, Payload(1, 40)), 0);
-  const std::uint32_t slot = format().slot_size();
-  const BlockRecord block = Block(1);
-  const auto free = static_cast<std::uint32_t>(block.top - block.next_slot - format().word);
-  // Room for the new copy and its slot, and a few bytes too few for a marker.
-  const std::uint32_t filler = free - 2 * slot - format().record_size(60) - format().word - 12;
-  ASSERT_EQ(Write(6, 1, Payload(1, filler / 4 * 4)), 0);
-  EXPECT_NE(Write(5, 1, Payload(2, 60)), 0);
-  EXPECT_EQ(Item(5, 1), Payload(1, 40));
-  ASSERT_EQ(Remount(2, {.blocks = 2}), 0);
-  EXPECT_EQ(Item(5, 1), Payload(1, 40));
-}
-
 }  // namespace
 }  // namespace vok::test

@@ -114,18 +114,22 @@ StoreTest::~StoreTest() {
   InstallFlashDevice(nullptr);
 }
 
+PartitionDescriptor StoreTest::Descriptor(const Geometry& geometry) {
+  arena_.assign(geometry.arena, 0xA5);
+  return {.state = 1,
+          .base = kBase,
+          .block_size = format().block_size,
+          .arena = geometry.arena != 0 ? arena_.data() : nullptr,
+          .arena_size = geometry.arena,
+          .lock_count = geometry.locks,
+          .handle_count = geometry.handles,
+          .block_count = geometry.blocks,
+          .flags = geometry.kind};
+}
+
 void StoreTest::SetUpAgain(const Geometry& geometry) {
   geometry_ = geometry;
-  arena_.assign(geometry.arena, 0xA5);
-  const PartitionDescriptor descriptor{.state = 1,
-                                       .base = kBase,
-                                       .block_size = format().block_size,
-                                       .arena = geometry.arena != 0 ? arena_.data() : nullptr,
-                                       .arena_size = geometry.arena,
-                                       .lock_count = geometry.locks,
-                                       .handle_count = geometry.handles,
-                                       .block_count = geometry.blocks,
-                                       .flags = geometry.kind};
+  const PartitionDescriptor descriptor = Descriptor(geometry);
   ASSERT_EQ(SetUpPartitions(1, &descriptor), 0);
 }
 

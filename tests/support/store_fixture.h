@@ -97,6 +97,7 @@ class StoreTest : public testing::TestWithParam<std::uint32_t> {
 
   const Format& format() const { return FormatOf(GetParam()); }
 
+  PartitionDescriptor Descriptor(const Geometry& geometry);
   /// Erases the image and sets up partition 0, not mounted. The second form keeps the bytes.
   void SetUpErased(const Geometry& geometry = {});
   void SetUpAgain(const Geometry& geometry = {});
