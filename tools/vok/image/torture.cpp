@@ -42,7 +42,16 @@ void RequireFit(const Section& section) {
     throw Failure(what + "it is too large", code::kInvalidParameter);
 }
 
-/// The item that is changed: the one asked for, else the shortest that every operation can change.
+/// A name that no item has, other than @p taken.
+sweep::ItemName FreshName(const sweep::Items& items, sweep::ItemName taken) {
+  sweep::ItemName name = {taken.type, 0};
+  while (items.contains(name) || name == taken || name.id == kAnyId)
+    if (++name.id == kAnyId) name = {static_cast<u16>(name.type + 1), 0};
+  return name;
+}
+
+/// The item that is changed: the one asked for, else the shortest that every operation can change. Where all are too
+/// short it names none, and the operations that need one are not tried.
 sweep::ItemName ChooseItem(const Options& options, const sweep::Items& items) {
   if (options.item) {
     const sweep::ItemName name = {options.item->type, options.item->id};
@@ -59,15 +68,7 @@ sweep::ItemName ChooseItem(const Options& options, const sweep::Items& items) {
     if (item.second.size() >= sweep::kShortestChanged &&
         (shortest == nullptr || item.second.size() < shortest->second.size()))
       shortest = &item;
-  return shortest != nullptr ? shortest->first : sweep::ItemName{1, 0};
-}
-
-sweep::ItemName FreshName(const sweep::Items& items, sweep::ItemName like) {
-  sweep::ItemName name = {like.type, 0};
-  while (items.contains(name) || name.id == kAnyId) {
-    if (++name.id == kAnyId) name = {static_cast<u16>(name.type + 1), 0};
-  }
-  return name;
+  return shortest != nullptr ? shortest->first : FreshName(items, {1, kAnyId});
 }
 
 /// The block that a reorganisation would take: the Active one with most dead bytes.
