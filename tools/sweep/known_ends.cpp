@@ -28,10 +28,8 @@ constexpr std::array<KnownEndText, kKnownEndCount> kTexts = {{
     {"version 3: a repair, inside the word that deletes an Allocated slot, of its state bits the upper two cleared and "
      "the lower two not: 1111 to 0011",
      "the unfinished slot reads Valid. Of a whole record the item is the new one, or stands twice or under two names; "
-     "of a "
-     "slot with half a name or no record an item appears that reads as damaged; a journal record is carried out with "
-     "the "
-     "bytes that it has, and one without any makes every mount answer 122"},
+     "of a slot with half a name or no record an item appears that reads as damaged; a journal record is carried out "
+     "with the bytes that it has, and one without any makes every mount answer 122"},
 }};
 
 bool HasCopyElsewhere(const Partition& flash, const Block& but, ItemName name) {

@@ -1,9 +1,8 @@
 #include "output/change_json.h"
 
 #include "output/json.h"
-#include "output/rebuild_report.h"
-
 #include "output/json_text.h"
+#include "output/rebuild_report.h"
 
 namespace vok::tool {
 

@@ -4,7 +4,6 @@
 
 #include "block_words.h"
 #include "output/hex_dump.h"
-
 #include "output/json_text.h"
 
 namespace vok::tool {

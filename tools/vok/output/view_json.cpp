@@ -5,11 +5,9 @@
 #include <map>
 
 #include "block_words.h"
-
 #include "flash/image.h"
 #include "image/written_runs.h"
 #include "map/map_terminal.h"
-
 #include "output/json_text.h"
 
 namespace vok::tool {
