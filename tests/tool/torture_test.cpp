@@ -14,7 +14,7 @@ class TortureTest : public ToolTest {
 TEST_F(TortureTest, EveryCutOnAUsersImageComesOutWellAndLeavesTheImageAlone) {
   for (const TestImage& image : CopyAll()) {
     const Bytes before = Read(image.codeplug);
-    const json operations = Operations("--operation delete --operation append --seconds 2 " + image.Pair());
+    const json operations = Operations("--operation delete --operation append --seconds 0 --cuts 600 " + image.Pair());
     ASSERT_EQ(operations.size(), 2U) << image.codeplug;
     EXPECT_EQ(operations[0].at("operation"), "delete");
     EXPECT_TRUE(operations[0].at("whole")) << "there is nothing to repair after it";
@@ -28,7 +28,7 @@ TEST_F(TortureTest, EveryCutOnAUsersImageComesOutWellAndLeavesTheImageAlone) {
 }
 
 TEST_F(TortureTest, ARewriteInPlaceEndsOldOrNewOrAsItsRuleSays) {
-  const json rewrite = Operations("--operation rewrite " + Dump(image_))[0];
+  const json rewrite = Operations("--operation rewrite --seconds 0 " + Dump(image_))[0];
   ASSERT_EQ(rewrite.at("known_ends").size(), 1U);
   const json& places = rewrite.at("places");
   const int known = places[0].at("outcomes").at("known end");

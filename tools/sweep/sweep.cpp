@@ -40,7 +40,10 @@ std::vector<CutPoint> FirstCuts(const Trace& trace, const Plan& plan) {
   return cuts;
 }
 
-bool Sweep::IsOver() const { return share_.deadline && std::chrono::steady_clock::now() > *share_.deadline; }
+bool Sweep::IsOver() const {
+  if (share_.images != 0 && tally_.images >= share_.images) return true;
+  return share_.deadline && std::chrono::steady_clock::now() > *share_.deadline;
+}
 
 bool Sweep::IsMine() {
   const u64 number = case_number_++;

@@ -26,6 +26,7 @@ struct Share {
   u32 shards = 1;
   u32 stride = 1;  ///< only one case in so many is tried at all
   std::optional<std::chrono::steady_clock::time_point> deadline;
+  u64 images = 0;  ///< so many cut images at most; 0 = all
 };
 
 /// The cuts of an operation, in the order of its steps.

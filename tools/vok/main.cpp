@@ -2,9 +2,9 @@
 #include <exception>
 #include <new>
 
+#include "base/failure.h"
+#include "base/terminal.h"
 #include "command/command_line.h"
-#include "output/failure.h"
-#include "output/terminal.h"
 
 namespace {
 

@@ -5,10 +5,10 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
+#include "base/number.h"
+#include "building/torture.h"
 #include "command/commands.h"
-#include "command/number.h"
-#include "command/placed_file.h"
-#include "image/torture.h"
+#include "image/placed_file.h"
 
 namespace vok::tool {
 
@@ -25,6 +25,7 @@ constexpr Range kItemType = {1, 65533};
 constexpr Range kAddress = {0, 0xFFFFFFFFFFFFFFFF};
 constexpr Range kStoreVersion = {1, 3};
 constexpr Range kSeconds = {0, 1000000};
+constexpr Range kCount = {0, 0xFFFFFFFF};
 
 constexpr const char* kImageGroup = "Image";
 
@@ -273,6 +274,7 @@ void AddTorture(Parser& parser) {
       ->expected(2)
       ->type_name("TYPE ID");
   AddNumber(torture, "--seconds", options.seconds, kSeconds, "for each operation (default 60; 0 = to the end)");
+  AddNumber(torture, "--cuts", options.images, kCount, "cut images of each operation (default: as the time allows)");
   AddJson(parser, torture);
 }
 

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
+#include "answer/change_json.h"
+#include "base/failure.h"
+#include "base/terminal.h"
+#include "building/changed_image.h"
 #include "command/commands.h"
-#include "image/changed_image.h"
-#include "image/items.h"
-#include "output/change_json.h"
-#include "output/failure.h"
-#include "output/terminal.h"
+#include "section/items.h"
 #include "vok/store.h"
 
 namespace vok::tool {

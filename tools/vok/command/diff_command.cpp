@@ -2,11 +2,11 @@
 
 #include <cstdio>
 
+#include "answer/change_json.h"
+#include "base/failure.h"
+#include "base/terminal.h"
+#include "building/image_items.h"
 #include "command/commands.h"
-#include "image/image_items.h"
-#include "output/change_json.h"
-#include "output/failure.h"
-#include "output/terminal.h"
 
 namespace vok::tool {
 

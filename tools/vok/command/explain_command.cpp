@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
+#include "answer/view_json.h"
+#include "base/failure.h"
+#include "base/terminal.h"
 #include "command/commands.h"
 #include "flash/image.h"
-#include "output/failure.h"
-#include "output/terminal.h"
-#include "output/view_json.h"
 #include "view/explain_block.h"
 #include "view/explain_psdt.h"
 

@@ -1,13 +1,13 @@
 #include <fmt/core.h>
 
+#include "answer/view_json.h"
+#include "base/failure.h"
+#include "base/hex_dump.h"
+#include "base/table.h"
+#include "base/terminal.h"
 #include "block_words.h"
 #include "command/commands.h"
-#include "image/items.h"
-#include "output/failure.h"
-#include "output/hex_dump.h"
-#include "output/table.h"
-#include "output/terminal.h"
-#include "output/view_json.h"
+#include "section/items.h"
 #include "view/item_copies.h"
 
 namespace vok::tool {

@@ -1,13 +1,13 @@
 #include <fmt/core.h>
 
+#include "answer/json.h"
+#include "base/failure.h"
+#include "base/table.h"
+#include "base/terminal.h"
 #include "block_words.h"
 #include "command/commands.h"
 #include "image/image.h"
-#include "image/mounting.h"
-#include "output/failure.h"
-#include "output/json.h"
-#include "output/table.h"
-#include "output/terminal.h"
+#include "section/mounting.h"
 
 namespace vok::tool {
 

@@ -2,15 +2,15 @@
 
 #include <algorithm>
 
+#include "answer/json.h"
+#include "base/failure.h"
+#include "base/hex_dump.h"
+#include "base/table.h"
+#include "base/terminal.h"
 #include "command/commands.h"
 #include "image/image.h"
-#include "image/items.h"
-#include "image/mounting.h"
-#include "output/failure.h"
-#include "output/hex_dump.h"
-#include "output/json.h"
-#include "output/table.h"
-#include "output/terminal.h"
+#include "section/items.h"
+#include "section/mounting.h"
 #include "store/volume/layout.h"
 #include "vok/store.h"
 

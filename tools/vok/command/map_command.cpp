@@ -2,12 +2,12 @@
 
 #include <filesystem>
 
+#include "answer/view_json.h"
+#include "base/terminal.h"
 #include "command/commands.h"
 #include "map/map_page.h"
 #include "map/map_svg.h"
 #include "map/map_terminal.h"
-#include "output/terminal.h"
-#include "output/view_json.h"
 #include "view/image_view.h"
 
 namespace vok::tool {

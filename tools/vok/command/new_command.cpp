@@ -1,11 +1,11 @@
 #include <cstdio>
 
+#include "base/failure.h"
+#include "base/terminal.h"
+#include "building/description.h"
+#include "building/fresh_image.h"
 #include "command/commands.h"
-#include "image/description.h"
-#include "image/fresh_image.h"
-#include "image/mounting.h"
-#include "output/failure.h"
-#include "output/terminal.h"
+#include "section/mounting.h"
 
 namespace vok::tool {
 

@@ -4,30 +4,12 @@
 #include <string>
 #include <vector>
 
-#include "flash/types.h"
+#include "building/named_item.h"
+#include "image/image_arguments.h"
 
 /// What a command line says, after it was found sound.
 
 namespace vok::tool {
-
-/// A file and the flash address of its first byte.
-struct PlacedFile {
-  std::string path;
-  std::optional<u64> address;
-};
-
-/// Where the image comes from: a dump, or a PSDT and a codeplug.
-struct ImageArguments {
-  static constexpr u32 kDefaultPsdtAddress = 0xE000;
-
-  std::string dump;
-  u64 psdt_address = kDefaultPsdtAddress;  ///< of a dump
-  PlacedFile psdt;
-  PlacedFile codeplug;
-  u16 store_version = 0;  ///< 0 = as the blocks say
-
-  bool IsDump() const { return !dump.empty(); }
-};
 
 /// In place of an ID: the lowest one that is free.
 inline constexpr u16 kNewId = 0xFFFF;
@@ -40,12 +22,6 @@ struct NumberRange {
   bool IsEmpty() const { return last < first; }
   bool IsOne() const { return last == first; }
   bool Holds(u16 number) const { return number >= first && number <= last; }
-};
-
-/// An item that a command is about.
-struct NamedItem {
-  u16 type;
-  u16 id;
 };
 
 struct Options {
@@ -78,6 +54,7 @@ struct Options {
   std::vector<std::string> operations = {"write"};  ///< to cut the power in
   std::optional<NamedItem> item;                    ///< that these operations change
   u32 seconds = 60;                                 ///< for each of them; 0 = as long as it takes
+  u64 images = 0;                                   ///< cut images of each; 0 = as the time allows
 };
 
 /// A command: does its job and gives the exit status. @throws Failure

@@ -2,14 +2,14 @@
 
 #include <optional>
 
+#include "base/failure.h"
+#include "base/terminal.h"
+#include "building/fresh_image.h"
+#include "building/manifest.h"
+#include "building/room.h"
 #include "command/commands.h"
 #include "filling.h"
-#include "image/fresh_image.h"
-#include "image/manifest.h"
-#include "image/mounting.h"
-#include "image/room.h"
-#include "output/failure.h"
-#include "output/terminal.h"
+#include "section/mounting.h"
 #include "store/volume/layout.h"
 
 namespace vok::tool {

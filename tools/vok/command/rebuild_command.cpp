@@ -1,7 +1,7 @@
+#include "answer/change_json.h"
+#include "answer/rebuild_report.h"
+#include "base/terminal.h"
 #include "command/commands.h"
-#include "output/change_json.h"
-#include "output/rebuild_report.h"
-#include "output/terminal.h"
 
 namespace vok::tool {
 

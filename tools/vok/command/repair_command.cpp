@@ -1,12 +1,12 @@
 #include <fmt/core.h>
 
+#include "answer/json.h"
+#include "answer/report.h"
+#include "base/terminal.h"
+#include "building/lost_items.h"
 #include "command/commands.h"
 #include "image/image.h"
-#include "image/lost_items.h"
-#include "image/mounting.h"
-#include "output/json.h"
-#include "output/report.h"
-#include "output/terminal.h"
+#include "section/mounting.h"
 
 namespace vok::tool {
 

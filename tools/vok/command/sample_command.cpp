@@ -2,12 +2,13 @@
 
 #include <filesystem>
 
+#include "answer/json.h"
+#include "base/failure.h"
+#include "base/terminal.h"
+#include "building/sample.h"
+#include "building/unpacked_folder.h"
 #include "command/commands.h"
-#include "image/mounting.h"
-#include "image/sample.h"
-#include "output/failure.h"
-#include "output/json.h"
-#include "output/terminal.h"
+#include "section/mounting.h"
 
 namespace vok::tool {
 

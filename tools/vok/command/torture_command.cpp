@@ -1,11 +1,11 @@
 #include <fmt/core.h>
 
+#include "answer/torture_json.h"
+#include "base/failure.h"
+#include "base/table.h"
+#include "base/terminal.h"
+#include "building/torture.h"
 #include "command/commands.h"
-#include "image/torture.h"
-#include "output/failure.h"
-#include "output/table.h"
-#include "output/terminal.h"
-#include "output/torture_json.h"
 
 namespace vok::tool {
 
@@ -49,13 +49,13 @@ void PrintKnownEnds(const sweep::Tally& tally) {
   }
 }
 
-/// What a time limit left undone; empty = nothing.
+/// What the limit left undone; empty = nothing.
 std::string LimitNote(const TortureResult& result) {
   if (result.whole) return "";
   const u64 tried = result.tally.CasesAt(0) + result.faults.size();
   if (tried < result.single_cuts)
-    return fmt::format("; the time limit came after {} of {} single cuts", tried, result.single_cuts);
-  return "; the time limit came after all single cuts";
+    return fmt::format("; the limit came after {} of {} single cuts", tried, result.single_cuts);
+  return "; the limit came after all single cuts";
 }
 
 void PrintResult(const TortureResult& result) {
@@ -82,12 +82,13 @@ void RequireTried(const std::vector<TortureResult>& results, const std::string& 
 
 int RunTorture(const Options& options) {
   const std::vector<const sweep::Operation*> operations = OperationsOf(options);
-  const TortureSubject subject = LoadTortureSubject(options);
+  const TortureSubject subject =
+      LoadTortureSubject({.image = options.image, .section = options.section, .item = options.item});
   std::vector<TortureResult> results;
   u64 faults = 0;
   for (const sweep::Operation* const operation : operations) {
     Say(fmt::format("cutting {} in section {}", operation->name, subject.section));
-    results.push_back(Torture(subject, *operation, options.seconds));
+    results.push_back(Torture(subject, *operation, {.seconds = options.seconds, .images = options.images}));
     faults += results.back().tally.faults;
     if (!options.json) PrintResult(results.back());
   }

@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "answer/json.h"
+#include "base/staging.h"
+#include "base/terminal.h"
+#include "building/unpacked_folder.h"
 #include "command/commands.h"
 #include "image/image.h"
-#include "image/items.h"
-#include "image/mounting.h"
-#include "image/staging.h"
-#include "output/json.h"
-#include "output/terminal.h"
+#include "section/items.h"
+#include "section/mounting.h"
 
 namespace vok::tool {
 

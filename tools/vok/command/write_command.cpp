@@ -1,12 +1,12 @@
 #include <fmt/core.h>
 
+#include "answer/change_json.h"
+#include "base/failure.h"
+#include "base/terminal.h"
+#include "building/changed_image.h"
+#include "building/room.h"
 #include "command/commands.h"
-#include "image/changed_image.h"
-#include "image/items.h"
-#include "image/room.h"
-#include "output/change_json.h"
-#include "output/failure.h"
-#include "output/terminal.h"
+#include "section/items.h"
 #include "store/volume/layout.h"
 #include "vok/store.h"
 

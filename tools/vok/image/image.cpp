@@ -4,10 +4,10 @@
 
 #include <algorithm>
 
+#include "base/failure.h"
+#include "base/terminal.h"
 #include "flash/image.h"
 #include "image/store_version.h"
-#include "output/failure.h"
-#include "output/terminal.h"
 
 namespace vok::tool {
 

@@ -2,9 +2,9 @@
 
 #include <string>
 
-#include "command/options.h"
+#include "image/image_arguments.h"
 #include "image/image_bytes.h"
-#include "image/sections.h"
+#include "section/sections.h"
 #include "vok/vok_worker.h"
 
 namespace vok::tool {

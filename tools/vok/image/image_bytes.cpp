@@ -2,8 +2,8 @@
 
 #include <fmt/core.h>
 
+#include "base/failure.h"
 #include "flash/image.h"
-#include "output/failure.h"
 
 namespace vok::tool {
 

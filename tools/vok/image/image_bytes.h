@@ -3,7 +3,7 @@
 #include <span>
 #include <string>
 
-#include "image/files.h"
+#include "base/files.h"
 
 namespace vok::tool {
 

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-#include "image/sections.h"
-#include "output/failure.h"
+#include "base/failure.h"
+#include "section/sections.h"
 #include "store/volume/layout.h"
 #include "vok/store.h"
 

@@ -1,7 +1,7 @@
 #include "map/map_page.h"
 
+#include "answer/view_json.h"
 #include "map/page_template.h"
-#include "output/view_json.h"
 
 namespace vok::tool {
 

@@ -4,8 +4,6 @@
 
 #include <algorithm>
 
-#include "map/map_terminal.h"
-
 namespace vok::tool {
 
 namespace {

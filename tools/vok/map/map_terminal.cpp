@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
+#include "base/terminal.h"
 #include "map/screen.h"
 #include "map/share_bar.h"
-#include "output/terminal.h"
 
 namespace vok::tool {
 
@@ -14,7 +14,6 @@ namespace {
 
 constexpr std::size_t kNarrowestBar = 10;
 constexpr std::size_t kWidestBar = 120;
-constexpr double kPercent = 100.0;
 
 /// One line of the map but for its bar, which gets what room the other columns leave.
 struct Line {
@@ -93,14 +92,6 @@ void PrintMap(const ImageView& view) {
   }
   Print('\n' + BarLegend(colour) + '\n');
   PrintSummary(view);
-}
-
-std::string TroubleOf(const RankedBlock& ranked) {
-  const ByteShares& shares = ranked.block->shares;
-  std::string dead =
-      fmt::format("{} dead bytes ({:.1f} %)", shares.dead, kPercent * shares.dead / std::max(ranked.block->size, 1U));
-  if (ranked.findings == 0) return dead;
-  return fmt::format("{} finding{}, {}", ranked.findings, ranked.findings == 1 ? "" : "s", dead);
 }
 
 }  // namespace vok::tool

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string_view>
 
-#include "command/number.h"
+#include "base/number.h"
 
 namespace vok::tool {
 

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "image/sections.h"
+#include "section/sections.h"
 #include "vok/store.h"
 
 namespace vok::tool {

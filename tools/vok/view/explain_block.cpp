@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <array>
 
+#include "base/failure.h"
 #include "block_words.h"
-#include "image/mounting.h"
-#include "output/failure.h"
+#include "section/mounting.h"
 #include "view/explain_slot.h"
 #include "view/next_step.h"
 

@@ -1,5 +1,7 @@
 #include "view/image_view.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 
 namespace vok::tool {
@@ -42,6 +44,14 @@ std::optional<RankedBlock> WorstBlock(const ImageView& view) {
   const std::vector<RankedBlock> ranked = RankBlocks(view);
   if (ranked.empty() || ranked.front().IsFine()) return {};
   return ranked.front();
+}
+
+std::string TroubleOf(const RankedBlock& ranked) {
+  const ByteShares& shares = ranked.block->shares;
+  std::string dead =
+      fmt::format("{} dead bytes ({:.1f} %)", shares.dead, 100.0 * shares.dead / std::max(ranked.block->size, 1U));
+  if (ranked.findings == 0) return dead;
+  return fmt::format("{} finding{}, {}", ranked.findings, ranked.findings == 1 ? "" : "s", dead);
 }
 
 }  // namespace vok::tool

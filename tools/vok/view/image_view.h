@@ -5,7 +5,7 @@
 
 #include "block_view.h"
 #include "image/image.h"
-#include "view/findings.h"
+#include "section/findings.h"
 
 /// A whole image as it lies in flash, before any repair.
 
@@ -45,5 +45,8 @@ std::vector<RankedBlock> RankBlocks(const ImageView& view);
 
 /// The first of RankBlocks(); nothing when no block has dead bytes or a finding.
 std::optional<RankedBlock> WorstBlock(const ImageView& view);
+
+/// "3 findings, 20620 dead bytes (15.7 %)": why a block is badly off.
+std::string TroubleOf(const RankedBlock& ranked);
 
 }  // namespace vok::tool

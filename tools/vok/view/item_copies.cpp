@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
+#include "base/failure.h"
 #include "flash/image.h"
-#include "output/failure.h"
 
 namespace vok::tool {
 

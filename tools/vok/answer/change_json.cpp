@@ -1,0 +1,104 @@
+#include "answer/change_json.h"
+
+#include "answer/json.h"
+#include "answer/rebuild_report.h"
+#include "base/hex_dump.h"
+#include "base/json_text.h"
+
+namespace vok::tool {
+
+namespace {
+
+void AddItem(Json& json, const std::string& section, const ItemEntry& item) {
+  json["section"] = section;
+  json["type"] = item.type;
+  json["id"] = item.id;
+  json["length"] = item.length;
+  json["crc32"] = ChecksumText(item.crc32);
+}
+
+Json ChangeOf(const ItemDifference& difference) {
+  return {{"section", difference.section},
+          {"type", difference.after->type},
+          {"id", difference.after->id},
+          {"length", {difference.before->length, difference.after->length}},
+          {"crc32", {ChecksumText(difference.before->crc32), ChecksumText(difference.after->crc32)}}};
+}
+
+Json CopyOf(const SalvagedCopy& copy) {
+  return {{"block", copy.block}, {"slot", copy.slot}, {"state", NameOf(copy.state)}, {"searched", copy.searched}};
+}
+
+Json TakenOf(const RebuiltSection& rebuilt, const SalvagedItem& item) {
+  Json json = Json::object();
+  AddItem(
+      json, rebuilt.section->name,
+      {.type = item.type, .id = item.id, .length = static_cast<u32>(item.bytes.size()), .crc32 = Crc32(item.bytes)});
+  json["taken"] = CopyOf(item.taken);
+  json["others"] = Json::array();
+  for (const SalvagedCopy& copy : item.others) json["others"].push_back(CopyOf(copy));
+  json["why"] = ReasonOf(item, rebuilt.blocks);
+  if (item.old_name) json["old_name"] = {{"type", item.old_name->type}, {"id", item.old_name->id}};
+  return json;
+}
+
+Json RebuiltOf(const RebuiltSection& rebuilt) {
+  Json json = {{"section", rebuilt.section->name},
+               {"items", rebuilt.salvaged.items.size()},
+               {"chosen", Json::array()},
+               {"damaged", Json::array()}};
+  for (const SalvagedItem& item : rebuilt.salvaged.items)
+    if (IsNoteworthy(item)) json["chosen"].push_back(TakenOf(rebuilt, item));
+  for (const DamagedItem& item : rebuilt.salvaged.damaged)
+    json["damaged"].push_back({{"type", item.type}, {"id", item.id}, {"copy", CopyOf(item.copy)}});
+  return json;
+}
+
+}  // namespace
+
+std::string WrittenJson(const Section& section, const ItemEntry& item) {
+  Json json = Answer();
+  AddItem(json, section.name, item);
+  return JsonText(json);
+}
+
+std::string DeletedJson(std::size_t count) {
+  Json json = Answer();
+  json["deleted"] = count;
+  return JsonText(json);
+}
+
+std::string RegainedJson(std::span<const Regained> sections) {
+  Json json = Answer();
+  json["sections"] = Json::array();
+  for (const Regained& regained : sections)
+    json["sections"].push_back({{"section", regained.section},
+                                {"blocks", regained.blocks},
+                                {"free_before", regained.free_before},
+                                {"free_after", regained.free_after}});
+  return JsonText(json);
+}
+
+std::string RebuiltJson(u16 version, std::span<const RebuiltSection> sections) {
+  Json json = Answer();
+  json["version"] = version;
+  json["sections"] = Json::array();
+  for (const RebuiltSection& rebuilt : sections) json["sections"].push_back(RebuiltOf(rebuilt));
+  return JsonText(json);
+}
+
+std::string DifferencesJson(std::span<const ItemDifference> differences) {
+  Json json = Answer();
+  for (const char* const list : {"added", "removed", "changed"}) json[list] = Json::array();
+  for (const ItemDifference& difference : differences) {
+    if (difference.before == nullptr)
+      AddItem(json["added"].emplace_back(Json::object()), difference.section, *difference.after);
+    else if (difference.after == nullptr)
+      AddItem(json["removed"].emplace_back(Json::object()), difference.section, *difference.before);
+    else
+      json["changed"].push_back(ChangeOf(difference));
+  }
+  return JsonText(json);
+}
+
+}  // namespace vok::tool

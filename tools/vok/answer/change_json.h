@@ -1,0 +1,36 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "building/rebuild.h"
+#include "section/items.h"
+
+/// The JSON answers of the changing commands and of diff, each one object with "format": "vok/1".
+
+namespace vok::tool {
+
+/// What a reorganisation did to one section.
+struct Regained {
+  std::string section;
+  u32 blocks;  ///< reorganised
+  u32 free_before;
+  u32 free_after;
+};
+
+/// An item that two images do not have alike. One side is absent when the item is only in the other image.
+struct ItemDifference {
+  std::string section;
+  const ItemEntry* before;  ///< null = added
+  const ItemEntry* after;   ///< null = removed
+};
+
+std::string WrittenJson(const Section& section, const ItemEntry& item);
+std::string DeletedJson(std::size_t count);
+std::string RegainedJson(std::span<const Regained> sections);
+/// Each section with its noteworthy items and the damaged ones.
+std::string RebuiltJson(u16 version, std::span<const RebuiltSection> sections);
+std::string DifferencesJson(std::span<const ItemDifference> differences);
+
+}  // namespace vok::tool

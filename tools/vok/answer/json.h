@@ -1,0 +1,44 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "image/image.h"
+#include "section/findings.h"
+#include "section/items.h"
+#include "view/block_figures.h"
+#include "vok/store.h"
+
+/// The JSON answers, each one object with "format": "vok/1".
+
+namespace vok::tool {
+
+/// The items of one section.
+struct SectionItems {
+  const Section* section;
+  std::vector<ItemEntry> items;
+};
+
+/// What a check or a repair tells of one section.
+struct SectionReport {
+  const Section* section;
+  u16 code;  ///< of its mount
+  std::vector<Finding> findings;
+};
+
+/// What info tells of one section.
+struct SectionSpace {
+  const Section* section;
+  PartitionSpace space;                   ///< all 0 unless mounted
+  std::vector<BlockFigures> blocks = {};  ///< only when they are asked for
+};
+
+std::string ItemsJson(u16 version, std::span<const SectionItems> sections);
+std::string ItemJson(const Section& section, const ItemEntry& item, std::span<const u8> bytes);
+std::string ManifestJson(const LoadedImage& image, std::span<const SectionItems> sections);
+std::string ReportJson(u16 version, bool clean, std::span<const SectionReport> reports);
+std::string InfoJson(const LoadedImage& image, std::span<const u32> header_words, std::span<const SectionSpace> spaces,
+                     std::span<const Section> passed_over);
+
+}  // namespace vok::tool

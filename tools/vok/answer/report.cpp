@@ -1,0 +1,60 @@
+#include "answer/report.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+
+#include "base/failure.h"
+#include "base/table.h"
+#include "base/terminal.h"
+#include "section/mounting.h"
+
+namespace vok::tool {
+
+namespace {
+
+std::string MountText(const SectionReport& report) {
+  if (report.code == code::kOk) return "yes";
+  return fmt::format("no ({})", ErrorText(report.code));
+}
+
+void PrintFindings(std::span<const SectionReport> reports) {
+  using Align = Table::Align;
+  Table table({{"SECTION"}, {"BLOCK", Align::kRight}, {"SLOT", Align::kRight}, {"FOUND"}, {"REPAIR"}});
+  for (const SectionReport& report : reports)
+    for (const Finding& finding : report.findings)
+      table.AddRow({report.section->name, std::to_string(finding.block),
+                    finding.slot ? std::to_string(*finding.slot) : "-", finding.what, finding.repair});
+  table.Print();
+}
+
+}  // namespace
+
+std::vector<SectionReport> InspectSections(const SectionList& sections) {
+  std::vector<SectionReport> reports;
+  for (const Section& section : sections.accepted)
+    reports.push_back({.section = &section, .code = code::kUnmounted, .findings = InspectSection(section)});
+  return reports;
+}
+
+bool IsClean(std::span<const SectionReport> reports) {
+  return std::all_of(reports.begin(), reports.end(), [](const SectionReport& report) {
+    return !IsMountable(*report.section) || (report.code == code::kOk && report.findings.empty());
+  });
+}
+
+void PrintReport(std::span<const SectionReport> reports) {
+  Table table({{"SECTION"}, {"BLOCKS", Table::Align::kRight}, {"FINDINGS", Table::Align::kRight}, {"MOUNTS"}});
+  bool has_findings = false;
+  for (const SectionReport& report : reports) {
+    table.AddRow({report.section->name, std::to_string(report.section->entry.block_count),
+                  std::to_string(report.findings.size()), MountText(report)});
+    has_findings = has_findings || !report.findings.empty();
+  }
+  table.Print();
+  if (!has_findings) return;
+  Print("\n");
+  PrintFindings(reports);
+}
+
+}  // namespace vok::tool

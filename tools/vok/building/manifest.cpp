@@ -1,0 +1,66 @@
+#include "building/manifest.h"
+
+#include <fmt/core.h>
+
+#include <set>
+
+#include "base/failure.h"
+#include "building/manifest_section.h"
+#include "building/unpacked_folder.h"
+#include "flash/image.h"
+
+namespace vok::tool {
+
+namespace {
+
+JsonValue ParseManifest(const std::string& directory) {
+  const std::string path = directory + '/' + kManifestFileName;
+  const Bytes bytes = ReadFile(path);
+  return JsonValue::Parse(std::string(bytes.begin(), bytes.end()), path);
+}
+
+}  // namespace
+
+Manifest::Manifest(const std::string& directory) : directory_(directory), root_(ParseManifest(directory)) {
+  root_.AllowOnly({"format", "version", "psdt", "codeplug", "sections"});
+  const JsonValue format = root_.Field("format");
+  if (format.Text() != "vok/1") format.Refuse(format.Text() + " is not vok/1");
+  version_ = static_cast<u16>(root_.Field("version").Number(1, 3));
+  ReadPsdt();
+  const JsonValue codeplug = root_.Field("codeplug");
+  codeplug.AllowOnly({"address", "length"});
+  codeplug_start_ = codeplug.Field("address").Number(0, kFlashSize - 1);
+  codeplug_end_ = codeplug_start_ + codeplug.Field("length").Number(1, kFlashSize - codeplug_start_);
+}
+
+void Manifest::ReadPsdt() {
+  const JsonValue psdt = root_.Field("psdt");
+  psdt.AllowOnly({"file", "address"});
+  psdt_.address = psdt.Field("address").Number(0, kFlashSize - 1);
+  psdt_.path = directory_ + '/' + kPsdtFileName;
+  psdt_.bytes = ReadManifestFile(directory_, psdt, kPsdtFileName);
+}
+
+std::vector<PackedSection> Manifest::ReadItems(const SectionList& sections) const {
+  RequireCodeplugHolds(sections);
+  std::vector<PackedSection> packed;
+  std::set<std::string> names;
+  for (const JsonValue& json : root_.Field("sections").Elements()) {
+    json.AllowOnly({"section", "partition", "kind", "start", "block_size", "block_count", "types", "mounted", "items"});
+    const JsonValue name = json.Field("section");
+    if (!names.insert(name.Text()).second) name.Refuse("section " + name.Text() + " is there already");
+    packed.push_back(ReadManifestSection(directory_, json, SectionNamed(name, sections)));
+  }
+  return packed;
+}
+
+void Manifest::RequireCodeplugHolds(const SectionList& sections) const {
+  for (const Section& section : sections.accepted)
+    if (section.entry.start < codeplug_start_ || section.end() > codeplug_end_)
+      root_.Field("codeplug")
+          .Refuse(fmt::format("{} to {} does not hold the whole of section {} ({} to {})", HexAddress(codeplug_start_),
+                              HexAddress(codeplug_end_), section.name, HexAddress(section.entry.start),
+                              HexAddress(section.end())));
+}
+
+}  // namespace vok::tool

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "building/manifest.h"
+
+/// The parts of a manifest below its head.
+
+namespace vok::tool {
+
+/// The file that the field "file" of @p json names, or the default one. @throws Failure, with the field's path
+Bytes ReadManifestFile(const std::string& directory, const JsonValue& json, const std::string& default_name);
+
+/// The section that the store makes of the PSDT's record of that name.
+const Section& SectionNamed(const JsonValue& name, const SectionList& sections);
+
+/// Compares what the manifest says of a section with the PSDT and reads its items.
+PackedSection ReadManifestSection(const std::string& directory, const JsonValue& json, const Section& section);
+
+}  // namespace vok::tool

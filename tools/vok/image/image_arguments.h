@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+#include "image/placed_file.h"
+
+namespace vok::tool {
+
+/// Where the image comes from: a dump, or a PSDT and a codeplug.
+struct ImageArguments {
+  static constexpr u32 kDefaultPsdtAddress = 0xE000;
+
+  std::string dump;
+  u64 psdt_address = kDefaultPsdtAddress;  ///< of a dump
+  PlacedFile psdt;
+  PlacedFile codeplug;
+  u16 store_version = 0;  ///< 0 = as the blocks say
+
+  bool IsDump() const { return !dump.empty(); }
+};
+
+}  // namespace vok::tool

@@ -1,0 +1,136 @@
+#include "section/findings.h"
+
+#include <fmt/core.h>
+
+#include "base/failure.h"
+#include "block_words.h"
+#include "flash/image.h"
+#include "store/volume/format.h"
+
+namespace vok::tool {
+
+namespace {
+
+/// Looks at one block, adding to the findings of its section.
+class BlockInspection {
+ public:
+  BlockInspection(const PartitionRecord& partition, u16 index, std::vector<Finding>& findings)
+      : partition_(partition), block_(partition.block_table[index]), index_(index), findings_(findings) {
+    ReadBlockState(block_);
+    ResetBlockRecord(partition_, block_);
+  }
+
+  void Run() {
+    if (!HasSignature(block_.base)) return AddForBlock("no block signature", "erase and format the block");
+    InspectState();
+    if (!IsFormattedByRepair(block_.state)) InspectSlots();
+  }
+
+ private:
+  void AddForBlock(std::string what, std::string repair) {
+    findings_.push_back({.block = index_, .slot = {}, .what = std::move(what), .repair = std::move(repair)});
+  }
+  void AddForSlot(u32 number, std::string what, std::string repair) {
+    findings_.push_back({.block = index_, .slot = number, .what = std::move(what), .repair = std::move(repair)});
+  }
+
+  void InspectState();
+  void InspectSlots();
+  void InspectSlot(u32 number, const SlotHeader& header);
+  void InspectJournalRecord(u32 number, const ItemRecord& record);
+  void InspectTail(const SlotWalk& walk);
+  std::string RepairOfTail(u32 word) const;
+
+  const PartitionRecord& partition_;
+  BlockRecord block_;  ///< a copy: the store's own record stays as it is
+  u16 index_;
+  std::vector<Finding>& findings_;
+};
+
+void BlockInspection::InspectState() {
+  const BlockStates& states = CurrentLayout().states;
+  const std::string what = "block state " + NameOfBlockState(block_.state);
+  if (block_.state == states.opening) return AddForBlock(what, "make it Active");
+  if (block_.state == states.reorg_source)
+    return AddForBlock(what, "move its items out, then erase and format the block");
+  if (block_.state == states.reorg_target) return AddForBlock(what, "finish the reorganisation and make it Active");
+  if (block_.state == states.erased || block_.state == states.retired)
+    return AddForBlock(what, "erase and format the block");
+  if (IsFormattedByRepair(block_.state))
+    AddForBlock(what + " (unknown)", "erase and format the block; its items are lost");
+}
+
+void BlockInspection::InspectSlots() {
+  const Layout& layout = CurrentLayout();
+  u32 number = 0;
+  u32 last_word = 0;
+  SlotWalk walk(partition_, block_);
+  for (; walk.AtSlot(); walk.Advance(), ++number) {
+    last_word = walk.header().word;
+    const ItemRecord record = LocateRecord(partition_, block_, last_word);
+    if (last_word != 0 && record.in_block) block_.top = record.payload();
+    InspectSlot(number, walk.header());
+  }
+  // The repair gives a last slot without a location the record that lies below the others.
+  const bool gets_location =
+      number != 0 && IsUnfinished(last_word) && (last_word & layout.repair_void_mask) != layout.repair_void_bits;
+  if (number != 0 && !walk.RanOut() && !gets_location) InspectTail(walk);
+}
+
+void BlockInspection::InspectSlot(u32 number, const SlotHeader& header) {
+  const std::string what =
+      fmt::format("slot {}, item type {} ID {}", NameOfSlotState(header.word), header.type, header.id);
+  if (IsUnfinished(header.word)) return AddForSlot(number, what, "cancel the slot");
+  if (!IsValid(header.word)) return;
+  const ItemRecord record = LocateRecord(partition_, block_, header.word);
+  if (header.type == kJournalType) return InspectJournalRecord(number, record);
+  if (!record.sound)
+    AddForSlot(number, what + ": its record lies outside the block",
+               fmt::format("none: the item cannot be read ({})", ErrorText(code::kInternalError)));
+}
+
+void BlockInspection::InspectJournalRecord(u32 number, const ItemRecord& record) {
+  if (!record.sound || record.length < journal::kOffsetWordOffset + CurrentLayout().word_size)
+    return AddForSlot(number, "journal record Valid, damaged", "retire the record");
+  const FlashAddress start = record.payload();
+  const std::string item = fmt::format("item type {} ID {}", ReadFlashWord16(start + journal::kTypeOffset),
+                                       ReadFlashWord16(start + journal::kIdOffset));
+  switch (const u16 kind = ReadFlashWord16(start + journal::kKindOffset)) {
+    case journal::kPartialWrite:
+      return AddForSlot(number, "journal record Valid, partial write of " + item,
+                        "write the bytes again and retire the record");
+    case journal::kReplace:
+      return AddForSlot(number, "journal record Valid, replacement of " + item,
+                        "leave one copy of the item and retire the record");
+    case journal::kRename:
+      return AddForSlot(number, "journal record Valid, rename to " + item,
+                        "retire the old name once the new one stands, and the record");
+    default: AddForSlot(number, fmt::format("journal record Valid, unknown kind {}", kind), "none: the mount fails");
+  }
+}
+
+void BlockInspection::InspectTail(const SlotWalk& walk) {
+  block_.next_slot = walk.slot();
+  if (CloseIfFull(block_)) return;
+  const u32 word = ReadHeaderWord(block_.top - CurrentLayout().word_size);
+  if (word != CurrentLayout().all_ones())
+    AddForBlock("record written without a slot, below the lowest record", RepairOfTail(word));
+}
+
+std::string BlockInspection::RepairOfTail(u32 word) const {
+  if (RecordAndSlotSize(word) > FreeSpace(block_)) return "take the word there for an empty dead record";
+  const FlashAddress start = block_.top - RecordSize(word);
+  const bool alone = ReadHeaderWord(start - CurrentLayout().word_size) == CurrentLayout().all_ones();
+  return alone ? "count the record as dead space" : "none: the block takes no more items until it is reorganised";
+}
+
+}  // namespace
+
+std::vector<Finding> InspectSection(const Section& section) {
+  std::vector<Finding> findings;
+  const PartitionRecord& partition = PartitionAt(section.partition());
+  for (u16 i = 0; i < partition.block_count; ++i) BlockInspection(partition, i, findings).Run();
+  return findings;
+}
+
+}  // namespace vok::tool

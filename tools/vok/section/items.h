@@ -1,0 +1,37 @@
+#pragma once
+
+#include <functional>
+#include <span>
+#include <vector>
+
+#include "base/files.h"
+#include "section/sections.h"
+
+/// The items of mounted sections.
+
+namespace vok::tool {
+
+/// One item of a section.
+struct ItemEntry {
+  u16 type;
+  u16 id;
+  u32 length;
+  u32 crc32;
+};
+
+/// zlib's CRC-32 of @p bytes, continuing @p sum.
+u32 Crc32(std::span<const u8> bytes, u32 sum = 0);
+
+/// @throws Failure with the store's code, naming the item
+Bytes ReadItemBytes(const Section& section, u16 type, u16 id);
+
+using ItemVisitor = std::function<void(const ItemEntry& item, const Bytes& bytes)>;
+
+/// Reads every item of a section: by type, then by ID, each in flash order. An item of which damage left two current
+/// copies comes once, as the store reads it.
+/// @throws Failure when the section is not mounted or an item cannot be read
+void VisitItems(const Section& section, const ItemVisitor& visit);
+
+std::vector<ItemEntry> ListSection(const Section& section);
+
+}  // namespace vok::tool

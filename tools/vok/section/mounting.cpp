@@ -1,0 +1,110 @@
+#include "section/mounting.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+
+#include "base/failure.h"
+#include "base/files.h"
+#include "base/terminal.h"
+#include "flash/image.h"
+#include "section/findings.h"
+#include "section/items.h"
+#include "store/volume/layout.h"
+#include "store/volume/mount.h"
+#include "vok/store.h"
+
+namespace vok::tool {
+
+namespace {
+
+u8 ModeNumber(MountMode mode) { return static_cast<u8>(mode); }
+
+/// The mode in which start-up mounts the section by one of its routes.
+u8 ModeByRoute(const psdt::TypeRange& range) {
+  return MountModeOf({.partition = 0, .range_id = static_cast<u8>(range.id), .first_type = 0, .last_type = 0});
+}
+
+bool HasCheckRoute(const Section& section) {
+  const std::vector<psdt::TypeRange> ranges = TypeRangesOf(section);
+  return std::any_of(ranges.begin(), ranges.end(),
+                     [](const psdt::TypeRange& range) { return ModeByRoute(range) == ModeNumber(MountMode::kCheck); });
+}
+
+/// Once for each route, until one succeeds.
+u16 MountLikeStartUp(const Section& section) {
+  u16 code = code::kUnmounted;
+  for (const psdt::TypeRange& range : TypeRangesOf(section))
+    if (code != code::kOk) code = MountPartition(section.partition(), ModeByRoute(range));
+  return code;
+}
+
+u16 MountForRepair(const Section& section) {
+  const bool only_check = section.IsReadOnly() && HasCheckRoute(section);
+  return MountPartition(section.partition(), ModeNumber(only_check ? MountMode::kCheck : MountMode::kRepair));
+}
+
+Bytes FlashBytes(u64 start, u64 end) {
+  Bytes bytes(std::min<u64>(end, kFlashSize) - start);
+  CopyFromFlash(bytes.data(), start, static_cast<u32>(bytes.size()));
+  return bytes;
+}
+
+/// Tells one state of the sections' bytes from another.
+u32 Fingerprint(const SectionList& sections) {
+  u32 sum = 0;
+  for (const Section& section : sections.accepted) sum = Crc32(FlashBytes(section.entry.start, section.end()), sum);
+  return sum;
+}
+
+bool HasWorkLeft(const SectionList& sections) {
+  return std::any_of(sections.accepted.begin(), sections.accepted.end(), [](const Section& section) {
+    return section.IsMounted() && !section.IsReadOnly() && !InspectSection(section).empty();
+  });
+}
+
+SectionList MountOnce(MountPurpose purpose) {
+  SectionList sections = SetUpSections();
+  for (Section& section : sections.accepted) {
+    section.mount_code = purpose == MountPurpose::kRead ? MountLikeStartUp(section) : MountForRepair(section);
+    Say(fmt::format("section {}: mount gives {}", section.name, section.mount_code));
+  }
+  return sections;
+}
+
+}  // namespace
+
+bool IsMountable(const Section& section) { return !section.IsReadOnly() || HasCheckRoute(section); }
+
+SectionList MountSections(MountPurpose purpose) {
+  for (u32 before = Fingerprint(SetUpSections());;) {
+    SectionList sections = MountOnce(purpose);
+    if (!HasWorkLeft(sections)) return sections;
+    const u32 after = Fingerprint(sections);
+    if (after == before) return sections;
+    before = after;
+  }
+}
+
+SectionList CheckMountSections() {
+  SectionList sections = SetUpSections();
+  for (Section& section : sections.accepted)
+    section.mount_code =
+        IsMountable(section) ? MountPartition(section.partition(), ModeNumber(MountMode::kCheck)) : code::kReadOnly;
+  return sections;
+}
+
+u16 TryRepairMount(const Section& section) {
+  // An erase wipes the erase size of the store version, whatever block size the section has.
+  const Bytes before = FlashBytes(section.entry.start, section.end() + CurrentLayout().erase_size);
+  const u16 code = MountPartition(section.partition(), ModeNumber(MountMode::kRepair));
+  CopyToFlash(section.entry.start, before.data(), static_cast<u32>(before.size()));
+  return code;
+}
+
+void RequireAllMounted(const SectionList& sections) {
+  for (const Section& section : sections.accepted)
+    if (IsMountable(section)) RequireMounted(section);
+}
+
+}  // namespace vok::tool

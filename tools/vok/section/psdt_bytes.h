@@ -1,0 +1,17 @@
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "base/files.h"
+#include "worker/psdt.h"
+
+namespace vok::tool {
+
+/// The big-endian bytes of a PSDT with these records, as LoadPSDT() takes them; 0xFF fills it up to @p least_size.
+Bytes PsdtBytes(std::span<const psdt::Record> records, std::size_t least_size);
+
+/// A section tag: the first character goes to the highest byte.
+u32 TagOf(const std::string& text);
+
+}  // namespace vok::tool

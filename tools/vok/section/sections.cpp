@@ -1,0 +1,122 @@
+#include "section/sections.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <cctype>
+#include <map>
+
+#include "base/failure.h"
+#include "store/volume/layout.h"
+#include "vok/store.h"
+
+namespace vok::tool {
+
+namespace {
+
+bool IsPlain(u8 c) { return std::isalnum(c) != 0 || c == '_' || c == '-'; }
+
+/// Counts every record of the PSDT, so that accepted and passed-over sections never share a name.
+class Namer {
+ public:
+  std::string NameFor(u32 tag) {
+    const u32 number = ++uses_[tag];
+    return number == 1 ? NameOfTag(tag) : fmt::format("{}.{}", NameOfTag(tag), number);
+  }
+
+ private:
+  std::map<u32, u32> uses_;
+};
+
+/// The set-up does not report its answer; asked again it gives the same one, or that the store stands.
+u16 SetUpCodeOf(const StartupPlan& plan) {
+  const u16 code = SetUpPartitions(plan.accepted, plan.descriptors.data());
+  return code == code::kInitializedAlready ? code::kOk : code;
+}
+
+}  // namespace
+
+bool Section::IsReadOnly() const { return entry.kind == CurrentLayout().read_only_kind; }
+
+SectionList SetUpSections() {
+  TerminateStore();
+  const StartupPlan& plan = PrepareStore();
+  SectionList sections{.accepted = {}, .passed_over = {}, .setup_code = SetUpCodeOf(plan)};
+  Namer namer;
+  for (u16 i = 0; i < psdt::RecordCount(); ++i) {
+    const psdt::Record record = psdt::ReadRecord(i);
+    Section section{.record = i, .name = namer.NameFor(record.tag), .entry = record, .verdict = plan.verdicts[i]};
+    (section.IsAccepted() ? sections.accepted : sections.passed_over).push_back(std::move(section));
+  }
+  return sections;
+}
+
+std::string NameOfTag(u32 tag) {
+  std::string name;
+  bool at_end = true;
+  for (u32 shift = 0; shift < 32; shift += 8) {
+    const u8 c = static_cast<u8>(tag >> shift);
+    at_end = at_end && c == 0;
+    if (at_end) continue;
+    name.insert(0, IsPlain(c) ? std::string(1, static_cast<char>(c)) : fmt::format("%{:02X}", c));
+  }
+  return name.empty() ? "%00" : name;
+}
+
+std::vector<psdt::TypeRange> TypeRangesOf(const Section& section) {
+  std::vector<psdt::TypeRange> ranges;
+  for (const psdt::TypeRange& range : section.entry.ranges)
+    if (ranges.empty() || range.id != psdt::kNoRange) ranges.push_back(range);
+  return ranges;
+}
+
+std::string KindOf(const Section& section) { return section.IsReadOnly() ? "read-only" : "read-write"; }
+
+std::string ReasonOf(PassOver verdict) {
+  switch (verdict) {
+    case PassOver::kAccepted: break;
+    case PassOver::kSectionKind: return "its kind is none of this store version";
+    case PassOver::kPartitionNumber: return "its partition number is above 8";
+    case PassOver::kRoutes: return "its type ranges do not fit in the route table";
+    case PassOver::kOutsideImage: return "it does not lie wholly inside the flash image";
+  }
+  return "accepted";
+}
+
+const Section& FindSection(const SectionList& sections, const std::string& name) {
+  const auto has_name = [&name](const Section& section) { return section.name == name; };
+  const auto accepted = std::find_if(sections.accepted.begin(), sections.accepted.end(), has_name);
+  if (accepted != sections.accepted.end()) return *accepted;
+  const auto passed = std::find_if(sections.passed_over.begin(), sections.passed_over.end(), has_name);
+  const std::string why = passed == sections.passed_over.end()
+                              ? "is not in the PSDT"
+                              : "is passed over by the start-up: " + ReasonOf(passed->verdict);
+  throw Failure(fmt::format("section {} {}", name, why), code::kInvalidPartition);
+}
+
+bool Serves(const Section& section, u16 type) {
+  const std::vector<psdt::TypeRange> ranges = TypeRangesOf(section);
+  return std::any_of(ranges.begin(), ranges.end(), [type](const psdt::TypeRange& range) {
+    return type >= range.first_type && type <= range.last_type;
+  });
+}
+
+const Section& SectionOfType(const SectionList& sections, u16 type, const std::string& what) {
+  if (!IsItemType(type)) throw Failure(what + ": types are 1 to 65533", code::kInvalidParameter);
+  const u8 partition = FindPartitionForType(type);
+  const auto found = std::find_if(sections.accepted.begin(), sections.accepted.end(),
+                                  [partition](const Section& section) { return section.partition() == partition; });
+  if (found == sections.accepted.end())
+    throw Failure(fmt::format("{}: no section serves type {}", what, type), code::kInvalidPartition);
+  RequireMounted(*found);
+  return *found;
+}
+
+void RequireMounted(const Section& section, const std::string& advice) {
+  if (section.IsMounted()) return;
+  throw Failure(fmt::format("section {} is not mounted, its mount gave {}{}", section.name,
+                            ErrorText(section.mount_code), advice),
+                code::kUnmounted);
+}
+
+}  // namespace vok::tool
