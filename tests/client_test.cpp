@@ -50,8 +50,29 @@ TEST_P(ClientTest, HandlesReadAndFollowTheirItem) {
   EXPECT_EQ(data, Payload(9, 30)) << "after a reorganisation";
   EXPECT_EQ(CloseHandle(handle[0]), 0);
   EXPECT_EQ(CloseHandle(handle[0]), 0);
+  const int locks_taken = hooks_.locks_taken;
+  EXPECT_EQ(CloseHandle(0x00010002), 110);
+  EXPECT_EQ(hooks_.locks_taken, locks_taken) << "refused before any lock";
   EXPECT_EQ(OpenItem(0, 5, 2, &handle[2], &length), 0);
   EXPECT_EQ(handle[2], handle[0]);
+}
+
+/// A free entry holds 0, and so would the handle of a payload that damage lets begin at address 0.
+TEST_P(ClientTest, FreeHandlesStayFreeWhateverMoves) {
+  TerminateStore();
+  PartitionDescriptor descriptor = Descriptor({.blocks = 1, .kind = 2, .handles = 2});
+  descriptor.base = 0;
+  ASSERT_EQ(SetUpPartitions(1, &descriptor), 0);
+  ASSERT_EQ(MountPartition(0, 0), 0);
+  ASSERT_EQ(Write(5, 1, Payload(1, 8)), 0);
+  const std::uint32_t length = GetParam() == 1 ? 0x102 : 0x100;
+  PokeWord(32 + 4, format().valid | 0x40);
+  PokeWord(length, length);
+  ASSERT_EQ(Write(5, 1, Payload(2, 9)), 0);
+  std::uint32_t handle = 0;
+  std::uint32_t ignored = 0;
+  EXPECT_EQ(OpenItem(0, 5, 1, &handle, &ignored), 0);
+  EXPECT_EQ(handle, 0x00010000u);
 }
 
 TEST_P(ClientTest, ListsOfHandlesWithAndWithoutASet) {

@@ -115,6 +115,36 @@ TEST_P(RepairTest, JournalRecordsThatFitNoItemArePassedOver) {
   EXPECT_EQ(Remount(2), 0);
 }
 
+TEST_P(RepairTest, NothingIsPlacedOverLiveItemsBelowATornLocation) {
+  ASSERT_EQ(Write(6, 9, Payload(4, 21)), 0);
+  ASSERT_EQ(DeleteItem(0, 6, 9), 0);
+  PokeWord(Slot(3) + 4, ReadWord(Slot(0) + 4) & ~format().state_mask);
+  ExpectRepaired("a Deleted slot that names the highest record");
+  ASSERT_EQ(Write(6, 10, Payload(5, 400)), 0);
+  EXPECT_EQ(Remount(1), 0);
+  for (std::uint16_t id = 0; id < 3; ++id) EXPECT_EQ(Item(5, id), Item3(id));
+}
+
+TEST_P(RepairTest, AFreeBlockWithoutRoomIsNotOffered) {
+  SetUpFormatted({.blocks = 4});
+  Poke(SlotAddress(3, 0), Bytes(format().block_size - 32, 0));
+  ASSERT_EQ(Remount(2, {.blocks = 4}), 0);
+  EXPECT_EQ(Write(5, 1, Payload(1, 30)), 0);
+  EXPECT_EQ(Block(2).state, format().active);
+  EXPECT_EQ(Block(3).state, format().free);
+}
+
+/// Emptied cache entries match an item of type 0, which only damage makes.
+TEST_P(RepairTest, DeletingInTypeZeroEnds) {
+  for (const bool by_type : {false, true}) {
+    SetUpFormatted({.arena = 512});
+    ASSERT_EQ(Write(5, 0, Payload(0, 30)), 0);
+    Poke16(Slot(0), 0);
+    EXPECT_EQ(by_type ? DeleteTypeRange(0, 0, 0) : DeleteItemRange(0, 0, 0, 0), 0);
+    EXPECT_EQ(State(Slot(0)), 0u);
+  }
+}
+
 TEST_P(RepairTest, ADeviceThatDropsProgramsEndsTheRepair) {
   class Deaf : public FlashDevice {
     std::uint16_t ProgramWord16(std::uint32_t, std::uint16_t) override { return 0; }

@@ -189,7 +189,8 @@ std::uint16_t ListTypes(std::uint8_t partition, std::uint16_t* cursor, const Val
 /// @param set           null, or a set that GetItemIdSet() made for @p type
 /// @param out           @p count entries, filled with 65535 first
 /// @param count         in: entries in @p out; out: entries written, or the number of items
-/// @param total_length  null, or receives the payload bytes of the listed items; needs @p out
+/// @param total_length  null, or receives the payload bytes of the listed items; needs @p out. With a set: of the first
+///                      @p count items whose IDs lie between the first and the last one listed, in the set or not
 /// @return 0; 118; 115; 112 a set with cursor 65535; 120 more items than room; 119 the set names items that are gone;
 ///         127.
 std::uint16_t ListItems(std::uint8_t partition, std::uint16_t type, std::uint16_t* cursor, const ValueSetChunk* set,

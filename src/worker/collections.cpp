@@ -19,10 +19,18 @@ void ThrowUnlessOk(std::uint16_t code) {
   if (code != code::kOk) throw VokError(code);
 }
 
-template <typename T>
-std::unique_ptr<T[]> Scratch(std::size_t count) {
-  return std::unique_ptr<T[]>(new (std::nothrow) T[count]);
-}
+/// A buffer that is obtained when it is first needed and kept; while there is no memory for it, each need asks again.
+template <typename T, std::size_t kCount>
+class Scratch {
+ public:
+  T* Get() {
+    if (buffer_ == nullptr) buffer_.reset(new (std::nothrow) T[kCount]);
+    return buffer_.get();
+  }
+
+ private:
+  std::unique_ptr<T[]> buffer_;
+};
 
 void AppendItemsOfType(std::uint8_t partition, std::uint16_t type, std::uint16_t* ids, std::vector<VOKITEM>& items) {
   std::uint16_t cursor = 0;
@@ -46,25 +54,26 @@ std::uint16_t VokWorker::GetVOKItems(const std::string& section, std::vector<VOK
 
 std::uint16_t VokWorker::GetVOKItems(std::uint16_t start_type, std::vector<VOKITEM>& items) {
   const std::uint8_t partition = vok::FindPartitionForType(start_type);
-  const auto types = Scratch<std::uint16_t>(kListSize);
-  const auto ids = Scratch<std::uint16_t>(kListSize);
-  if (types == nullptr || ids == nullptr) return code::kOk;
+  Scratch<std::uint16_t, kListSize> types;
+  Scratch<std::uint16_t, kListSize> ids;
+  if (types.Get() == nullptr) return code::kOk;
   std::uint16_t cursor = start_type;
   std::uint32_t count = kListSize;
-  ThrowUnlessOk(vok::ListTypes(partition, &cursor, nullptr, types.get(), &count));
-  for (std::uint32_t i = 0; i < count; ++i) AppendItemsOfType(partition, types[i], ids.get(), items);
+  ThrowUnlessOk(vok::ListTypes(partition, &cursor, nullptr, types.Get(), &count));
+  for (std::uint32_t i = 0; i < count; ++i)
+    if (ids.Get() != nullptr) AppendItemsOfType(partition, types.Get()[i], ids.Get(), items);
   return code::kOk;
 }
 
 std::vector<VOKITEM> VokWorker::ReadAllVOK(const std::string& section) {
   std::vector<VOKITEM> items;
   GetVOKItems(section, items);
-  const auto buffer = Scratch<std::uint8_t>(kScratchSize);
-  if (buffer == nullptr) return items;
+  Scratch<std::uint8_t, kScratchSize> buffer;
   for (VOKITEM& item : items) {
+    if (buffer.Get() == nullptr) continue;
     std::uint32_t length = kScratchSize;
-    if (ReadVOK(item.Type, item.Id, buffer.get(), length) != code::kOk) break;
-    item.Data.assign(buffer.get(), buffer.get() + length);
+    if (ReadVOK(item.Type, item.Id, buffer.Get(), length) != code::kOk) break;
+    item.Data.assign(buffer.Get(), buffer.Get() + length);
     item.Length = length;
   }
   return items;

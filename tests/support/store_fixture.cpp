@@ -69,6 +69,7 @@ void CountingHooks::TakeLock(std::uint32_t* lock) {
   EXPECT_EQ(*lock, 0u) << "a lock is taken twice";
   *lock = 1;
   ++locks_held;
+  ++locks_taken;
 }
 
 void CountingHooks::GiveLock(std::uint32_t* lock) {

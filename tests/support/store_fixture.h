@@ -60,7 +60,7 @@ class CountingHooks : public PlatformHooks {
   void DeleteLock(std::uint32_t*) override { --locks_alive; }
   void TakeLock(std::uint32_t* lock) override;
   void GiveLock(std::uint32_t* lock) override;
-  void TakeStoreLock() override { ++locks_held; }
+  void TakeStoreLock() override { ++locks_held, ++locks_taken; }
   void GiveStoreLock() override { --locks_held; }
   std::uint16_t NotifyClient(std::uint8_t, std::uint32_t key, std::uint32_t, std::uint32_t, std::uint8_t flag) override;
   std::uint16_t CheckProgramOver(std::uint8_t, std::uint32_t, const std::uint8_t*, std::uint32_t) override;
@@ -70,6 +70,7 @@ class CountingHooks : public PlatformHooks {
   std::vector<std::uint16_t> reports;
   std::vector<std::string> notices;  ///< "KEY/FLAG" of each client notification
   int locks_held = 0;
+  int locks_taken = 0;
   int locks_alive = 0;
   int memory_alive = 0;
   int allocations_left = -1;  ///< allocations that still succeed; -1 = all

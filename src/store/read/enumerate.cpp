@@ -73,12 +73,13 @@ u16 ListItemsFromFlash(PartitionRecord& partition, u16 type, u16* out, u32& coun
   return too_many ? Fail(code::kItemTooBig) : code;
 }
 
-/// Adds up the lengths of the @p count items collected, whose IDs stand in rising order.
+/// Adds up the lengths of the first @p count items between the first and the last of the collected IDs, which stand in
+/// rising order; an item there that was not collected counts as well.
 u16 AddUpLengths(PartitionRecord& partition, u16 type, const u16* ids, u32& count, u32& total_length) {
   const LockGuard lock(PartitionLock(partition));
   u32 n = 0;
   const u16 code = ForEachItem(partition, type, [&](const SearchResult& item) {
-    if (!std::binary_search(ids, ids + count, item.header.id)) return true;
+    if (item.header.id < ids[0] || item.header.id > ids[count - 1]) return true;
     total_length += LengthOf(partition, item);
     return ++n < count;
   });

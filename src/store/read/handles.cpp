@@ -110,6 +110,7 @@ u32 ReadHandleValue(u32 handle, u8 width, u32 offset) {
 u16 CloseHandle(u32 handle) {
   if (u16 code = CheckPartitionMounted(PartitionOf(handle))) return code;
   PartitionRecord& partition = PartitionAt(PartitionOf(handle));
+  if (HandleEntry(partition, handle) == nullptr) return Fail(code::kInvalidHandle);
   return UnderHandleLock(partition, [&] { return CloseEntry(partition, handle); });
 }
 

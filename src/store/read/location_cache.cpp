@@ -66,7 +66,9 @@ void LocationCache::Insert(u16 type, u16 id, FlashAddress slot) {
 }
 
 void LocationCache::Forget(u16 type, u16 id) {
-  for (u16 i = Find(type, id); i != kNoCacheEntry; i = Find(type, id)) StoreTo(Entry(i), u16{0});
+  const u32 wanted = KeyValue(type, id);
+  for (u16 i = 0; i < capacity(); ++i)
+    if (LoadFrom<u32>(Entry(i)) == wanted) StoreTo(Entry(i), u16{0});
 }
 
 }  // namespace vok

@@ -32,6 +32,8 @@ class LocationCache {
 
   /// Overwrites the oldest entry. The item must not be cached yet.
   void Insert(u16 type, u16 id, FlashAddress slot);
+  /// Empties every entry of an item, in one pass: an emptied entry still matches an item of type 0, which only damage
+  /// makes.
   void Forget(u16 type, u16 id);
 
  private:

@@ -1,5 +1,8 @@
 #include "store/volume/scan.h"
 
+#include <algorithm>
+#include <limits>
+
 #include "flash/codes.h"
 #include "flash/hooks.h"
 #include "store/volume/format.h"
@@ -11,10 +14,12 @@ namespace {
 
 constexpr FlashAddress kNothing = 0;
 
-/// What a pass over a block met.
+/// What the passes over a block met.
 struct BlockFinding {
-  FlashAddress unfinished = kNothing;  ///< the slot at which the pass stopped
-  FlashAddress journal = kNothing;     ///< the last Valid journal record seen
+  FlashAddress unfinished = kNothing;  ///< the slot at which the last pass stopped
+  FlashAddress journal = kNothing;     ///< the last Valid journal record that the last pass saw
+  /// The start of the lowest sound record that a Valid slot names.
+  FlashAddress lowest_live = std::numeric_limits<FlashAddress>::max();
 };
 
 bool IsScannedState(const BlockRecord& block) {
@@ -28,10 +33,21 @@ void CountDeadSlot(const PartitionRecord& partition, BlockRecord& block, const S
     block.dead_bytes += static_cast<u32>(RecordAndSlotSize(ItemDataLength(partition, block, header)));
 }
 
-/// Settles top and next slot after a pass that ended at @p walk, whose last slot was @p last.
-u16 SettleBlock(PartitionRecord& partition, BlockRecord& block, const SlotWalk& walk, u32 last_word, MountMode mode) {
+void NoteValidSlot(const PartitionRecord& partition, const BlockRecord& block, const SlotWalk& walk,
+                   BlockFinding& finding) {
+  if (walk.header().type == kJournalType) finding.journal = walk.slot();
+  const ItemRecord record = LocateRecord(partition, block, walk.header().word);
+  if (record.sound) finding.lowest_live = std::min(finding.lowest_live, record.payload());
+}
+
+/// Settles top and next slot after a pass that ended at @p walk, whose last slot had @p last_word. A torn location may
+/// lead above live records; nothing is ever placed over them.
+u16 SettleBlock(PartitionRecord& partition, BlockRecord& block, const SlotWalk& walk, u32 last_word,
+                FlashAddress lowest_live, MountMode mode) {
   const ItemRecord last = LocateRecord(partition, block, last_word);
-  block.top = last_word != 0 && last.in_block ? last.payload() : LowestRecord(partition, block, walk.slot());
+  const FlashAddress lowest =
+      last_word != 0 && last.in_block ? last.payload() : LowestRecord(partition, block, walk.slot());
+  block.top = std::min(lowest, lowest_live);
   if (walk.RanOut()) {
     block.next_slot = 0;
     return code::kOk;
@@ -45,7 +61,7 @@ u16 SettleBlock(PartitionRecord& partition, BlockRecord& block, const SlotWalk& 
 /// @return 0; 132 with finding.unfinished at the first unfinished slot, in every mode; the codes of CheckBlockTail()
 u16 ScanBlock(PartitionRecord& partition, BlockRecord& block, FlashAddress first, u32& counter, MountMode mode,
               BlockFinding& finding) {
-  finding = {};
+  finding.unfinished = finding.journal = kNothing;
   SlotWalk walk(partition, block, first);
   if (!walk.AtSlot() && !walk.RanOut()) return code::kOk;
 
@@ -58,13 +74,13 @@ u16 ScanBlock(PartitionRecord& partition, BlockRecord& block, FlashAddress first
       finding.unfinished = walk.slot();
       return code::kNeedsRepair;
     }
-    if (!walk.IsValidItem()) {
+    if (walk.IsValidItem()) {
+      NoteValidSlot(partition, block, walk, finding);
+    } else {
       CountDeadSlot(partition, block, header);
-    } else if (header.type == kJournalType) {
-      finding.journal = walk.slot();
     }
   }
-  return SettleBlock(partition, block, walk, last_word, mode);
+  return SettleBlock(partition, block, walk, last_word, finding.lowest_live, mode);
 }
 
 /// Scans a block, cancelling unfinished slots. Each rescan starts at the slot just cancelled, so a journal record that

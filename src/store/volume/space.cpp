@@ -39,10 +39,7 @@ u16 NoRoomCode(const PartitionRecord& partition, u32 length) {
 u16 PlaceRecord(PartitionRecord& partition, u32 length, RecordPlace& place) {
   place = FindBlockForRecord(partition, length, SpaceUse::kWrite);
   if (place.length_word != 0) return code::kOk;
-  // A damaged Free block may carry slots; it is not opened when the record would not fit between them.
-  const bool can_open =
-      place.block != kNoBlock && UsableSpace(partition.block_table[place.block]) >= RecordAndSlotSize(length);
-  if (!can_open) return Fail(NoRoomCode(partition, length));
+  if (place.block == kNoBlock) return Fail(NoRoomCode(partition, length));
 
   BlockRecord& block = partition.block_table[place.block];
   if (u16 code = OpenBlock(block)) return code;
@@ -68,7 +65,8 @@ RecordPlace FindBlockForRecord(const PartitionRecord& partition, u32 length, Spa
       place = {.length_word = block.top - CurrentLayout().word_size, .block = i};
     } else if (CountsAsSpare(block, use)) {
       ++spares;
-      if (block.state == CurrentLayout().states.free) last_free = i;
+      // A damaged Free block may carry slots; it is not offered when the record would not fit between them.
+      if (block.state == CurrentLayout().states.free && UsableSpace(block) >= need) last_free = i;
     }
   }
   // The last spare stays, so that a reorganisation always finds a target.

@@ -16,7 +16,7 @@ enum class SpaceUse : u8 {
 /// A place for a record.
 struct RecordPlace {
   FlashAddress length_word = 0;  ///< 0 = no block in use has room
-  u16 block = kNoBlock;          ///< its block; without a place, the Free block to open, or 0xFFFF
+  u16 block = kNoBlock;          ///< its block; without a place, the Free block with room to open, or 0xFFFF
 };
 
 /// Chooses the block with the least free space that still holds a record of @p length payload bytes; on a tie the lower

@@ -30,8 +30,11 @@ u16 MarkItemDeleted(PartitionRecord& partition, FlashAddress slot) {
 
 void RepointHandles(PartitionRecord& partition, FlashAddress old_slot, FlashAddress new_slot) {
   if (partition.handle_table == nullptr) return;
+  const FlashAddress old_payload = PayloadOf(partition, old_slot);
+  // A free entry holds 0, as would the handle of a payload at address 0.
+  if (old_payload == 0) return;
   u64* const end = partition.handle_table + partition.handle_count;
-  std::replace(partition.handle_table, end, PayloadOf(partition, old_slot), PayloadOf(partition, new_slot));
+  std::replace(partition.handle_table, end, old_payload, PayloadOf(partition, new_slot));
 }
 
 }  // namespace vok
