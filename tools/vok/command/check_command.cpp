@@ -4,6 +4,7 @@
 #include "answer/report.h"
 #include "base/failure.h"
 #include "base/terminal.h"
+#include "command/arguments.h"
 #include "command/commands.h"
 #include "image/image.h"
 #include "section/mounting.h"
@@ -21,6 +22,8 @@ void ForeseeRepair(SectionReport& report) {
 }
 
 }  // namespace
+
+void TakeCheck(Arguments& arguments, Options&) { arguments.Json(); }
 
 int RunCheck(const Options& options) {
   const LoadedImage image(options.image);

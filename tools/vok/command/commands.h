@@ -2,9 +2,11 @@
 
 #include "command/options.h"
 
-/// The commands, each in a file of its own.
+/// The commands, each in a file of its own: what it takes and what it does. The table of them is command_table.cpp.
 
 namespace vok::tool {
+
+class Arguments;
 
 int RunInfo(const Options& options);
 int RunList(const Options& options);
@@ -35,5 +37,26 @@ int RunHistory(const Options& options);
 
 /// Cuts the power on a copy of a section. @return kFailed when a case comes out as none may
 int RunTorture(const Options& options);
+
+// What each command takes on its command line.
+
+void TakeInfo(Arguments& arguments, Options& options);
+void TakeList(Arguments& arguments, Options& options);
+void TakeRead(Arguments& arguments, Options& options);
+void TakeUnpack(Arguments& arguments, Options& options);
+void TakeCheck(Arguments& arguments, Options& options);
+void TakeRepair(Arguments& arguments, Options& options);
+void TakeWrite(Arguments& arguments, Options& options);
+void TakeDelete(Arguments& arguments, Options& options);
+void TakeRename(Arguments& arguments, Options& options);
+void TakeReorganise(Arguments& arguments, Options& options);
+void TakePack(Arguments& arguments, Options& options);
+void TakeNew(Arguments& arguments, Options& options);
+void TakeSample(Arguments& arguments, Options& options);
+void TakeDiff(Arguments& arguments, Options& options);
+void TakeMap(Arguments& arguments, Options& options);
+void TakeExplain(Arguments& arguments, Options& options);
+void TakeHistory(Arguments& arguments, Options& options);
+void TakeTorture(Arguments& arguments, Options& options);
 
 }  // namespace vok::tool

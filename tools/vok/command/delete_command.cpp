@@ -6,6 +6,7 @@
 #include "base/failure.h"
 #include "base/terminal.h"
 #include "building/changed_image.h"
+#include "command/arguments.h"
 #include "command/commands.h"
 #include "section/items.h"
 #include "vok/store.h"
@@ -90,6 +91,22 @@ std::size_t DeleteTypes(const Options& options, const ChangedImage& image) {
 }
 
 }  // namespace
+
+void TakeDelete(Arguments& arguments, Options& options) {
+  const Argument type = arguments.Number("TYPE", options.type, kTypeOrId, "item type");
+  const Argument ids = arguments.Range("ID", options.ids, kId, "item ID, or FIRST-LAST");
+  const Argument types = arguments.Range("--types", options.types, kItemType, "delete every item of these types")
+                             .Excludes(type)
+                             .Excludes(ids);
+  arguments.Text("--section", options.section, "with --types: in this section only").Needs(types);
+  arguments.Flag("--yes", options.yes, "do not ask before a range");
+  arguments.ChangedOutput();
+  arguments.Json();
+  arguments.Check([&options] {
+    if (options.ids.IsEmpty() && options.types.IsEmpty())
+      throw WrongCommandLine("delete needs TYPE and ID, or --types");
+  });
+}
 
 int RunDelete(const Options& options) {
   ChangedImage image(options.image);

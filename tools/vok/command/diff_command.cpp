@@ -6,6 +6,7 @@
 #include "base/failure.h"
 #include "base/terminal.h"
 #include "building/image_items.h"
+#include "command/arguments.h"
 #include "command/commands.h"
 
 namespace vok::tool {
@@ -62,6 +63,14 @@ int Trouble(const std::string& what, u16 code) {
 }
 
 }  // namespace
+
+void TakeDiff(Arguments& arguments, Options& options) {
+  const std::string operand = "dump, unpacked directory, PSDT+CODEPLUG, or a codeplug with --psdt";
+  arguments.Text("A", options.first_image, operand).Required();
+  arguments.Text("B", options.second_image, operand).Required();
+  arguments.Json();
+  arguments.Footer("Exit status: 0 the same items, 1 others, 2 trouble.");
+}
 
 int RunDiff(const Options& options) {
   try {

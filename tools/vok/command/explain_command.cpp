@@ -5,6 +5,7 @@
 #include "answer/view_json.h"
 #include "base/failure.h"
 #include "base/terminal.h"
+#include "command/arguments.h"
 #include "command/commands.h"
 #include "flash/image.h"
 #include "view/explain_block.h"
@@ -76,6 +77,11 @@ void PrintFacts(const Explanation& explanation) {
 }
 
 }  // namespace
+
+void TakeExplain(Arguments& arguments, Options& options) {
+  arguments.Number("ADDRESS", options.address, kAddress, "flash address").Required();
+  arguments.Json();
+}
 
 int RunExplain(const Options& options) {
   const LoadedImage image(options.image);

@@ -6,6 +6,7 @@
 #include "base/table.h"
 #include "base/terminal.h"
 #include "block_words.h"
+#include "command/arguments.h"
 #include "command/commands.h"
 #include "section/items.h"
 #include "view/item_copies.h"
@@ -65,6 +66,14 @@ int DeliverCopy(const Options& options, const std::vector<ItemCopy>& copies, con
 }
 
 }  // namespace
+
+void TakeHistory(Arguments& arguments, Options& options) {
+  arguments.Type("TYPE", options.type);
+  arguments.Id("ID", options.id);
+  const Argument copy =
+      arguments.Number("--copy", options.copy, kTypeOrId, "show the bytes of copy N").Excludes(arguments.Json());
+  arguments.Output("write the bytes of the copy to FILE (- = standard output)").Needs(copy);
+}
 
 int RunHistory(const Options& options) {
   const LoadedImage image(options.image);

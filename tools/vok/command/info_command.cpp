@@ -5,6 +5,7 @@
 #include "base/table.h"
 #include "base/terminal.h"
 #include "block_words.h"
+#include "command/arguments.h"
 #include "command/commands.h"
 #include "image/image.h"
 #include "section/mounting.h"
@@ -114,6 +115,11 @@ void PrintPassedOver(const SectionList& sections) {
 }
 
 }  // namespace
+
+void TakeInfo(Arguments& arguments, Options& options) {
+  arguments.Flag("--blocks", options.blocks, "also show wear and space of every block");
+  arguments.Json();
+}
 
 int RunInfo(const Options& options) {
   const LoadedImage image(options.image);

@@ -4,6 +4,7 @@
 
 #include "answer/view_json.h"
 #include "base/terminal.h"
+#include "command/arguments.h"
 #include "command/commands.h"
 #include "map/map_page.h"
 #include "map/map_svg.h"
@@ -21,6 +22,12 @@ void Deliver(const std::string& path, const std::string& text) {
 }
 
 }  // namespace
+
+void TakeMap(Arguments& arguments, Options& options) {
+  arguments.File("--svg", options.svg, "write the picture as SVG to FILE");
+  arguments.File("--html", options.html, "write a page to look around in to FILE");
+  arguments.Json();
+}
 
 int RunMap(const Options& options) {
   const LoadedImage image(options.image);

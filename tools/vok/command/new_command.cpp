@@ -4,10 +4,17 @@
 #include "base/terminal.h"
 #include "building/description.h"
 #include "building/fresh_image.h"
+#include "command/arguments.h"
 #include "command/commands.h"
 #include "section/mounting.h"
 
 namespace vok::tool {
+
+void TakeNew(Arguments& arguments, Options& options) {
+  arguments.Text("DESCRIPTION", options.input, "what it is to be like, in JSON").Required();
+  arguments.File("--psdt-out", options.psdt_output, "write the PSDT to FILE");
+  arguments.MadeImage();
+}
 
 int RunNew(const Options& options) {
   std::vector<std::string> problems;

@@ -7,6 +7,7 @@
 #include "building/fresh_image.h"
 #include "building/manifest.h"
 #include "building/room.h"
+#include "command/arguments.h"
 #include "command/commands.h"
 #include "filling.h"
 #include "section/mounting.h"
@@ -50,6 +51,11 @@ void FillImage(FreshImage& image, const std::vector<PackedSection>& sections) {
 }
 
 }  // namespace
+
+void TakePack(Arguments& arguments, Options& options) {
+  arguments.Text("DIR", options.directory, "directory with a manifest.json").Required();
+  arguments.MadeImage();
+}
 
 int RunPack(const Options& options) {
   const Manifest manifest(options.directory);

@@ -6,6 +6,7 @@
 #include "base/terminal.h"
 #include "building/changed_image.h"
 #include "building/room.h"
+#include "command/arguments.h"
 #include "command/commands.h"
 #include "vok/store.h"
 
@@ -57,6 +58,12 @@ void PrintRegained(const std::vector<Regained>& sections) {
 }
 
 }  // namespace
+
+void TakeReorganise(Arguments& arguments, Options&) {
+  arguments.Section("reorganise this section only");
+  arguments.ChangedOutput();
+  arguments.Json();
+}
 
 int RunReorganise(const Options& options) {
   ChangedImage image(options.image);

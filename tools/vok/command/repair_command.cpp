@@ -4,6 +4,7 @@
 #include "answer/report.h"
 #include "base/terminal.h"
 #include "building/lost_items.h"
+#include "command/arguments.h"
 #include "command/commands.h"
 #include "image/image.h"
 #include "section/mounting.h"
@@ -30,6 +31,14 @@ std::string WriteRepaired(const LoadedImage& image, const std::string& output, c
 }
 
 }  // namespace
+
+void TakeRepair(Arguments& arguments, Options& options) {
+  const Argument rebuild =
+      arguments.Flag("--rebuild", options.rebuild, "build the sections anew from every Valid copy in them instead");
+  arguments.Section("with --rebuild: this section only").Needs(rebuild);
+  arguments.Output("write the repaired image to FILE (default: in place)");
+  arguments.Json();
+}
 
 int RunRepair(const Options& options) {
   if (options.rebuild) return RunRebuild(options);

@@ -7,10 +7,15 @@
 #include "base/terminal.h"
 #include "building/sample.h"
 #include "building/unpacked_folder.h"
+#include "command/arguments.h"
 #include "command/commands.h"
 #include "section/mounting.h"
 
 namespace vok::tool {
+
+void TakeSample(Arguments& arguments, Options& options) {
+  arguments.Text("DIR", options.directory, "gets psdt.bin and codeplug.bin").Required();
+}
 
 int RunSample(const Options& options) {
   const Description description = SampleDescription();

@@ -5,11 +5,14 @@
 #include "base/table.h"
 #include "base/terminal.h"
 #include "building/torture.h"
+#include "command/arguments.h"
 #include "command/commands.h"
 
 namespace vok::tool {
 
 namespace {
+
+constexpr Limits kSeconds = {0, 1000000};
 
 /// The operations by their names, which the command line has looked at.
 std::vector<const sweep::Operation*> OperationsOf(const Options& options) {
@@ -79,6 +82,20 @@ void RequireTried(const std::vector<TortureResult>& results, const std::string& 
 }
 
 }  // namespace
+
+void TakeTorture(Arguments& arguments, Options& options) {
+  std::vector<std::string> names = {kAllOperations};
+  for (const sweep::Operation* const operation : TortureOperations()) names.emplace_back(operation->name);
+  arguments.Text("IMAGE", options.image.dump, "flash dump, as with --image")
+      .Excludes(arguments.OfEveryCommand("--image"))
+      .Excludes(arguments.OfEveryCommand("--psdt"));
+  arguments.Choices("--operation", options.operations, names, "what is cut, or all (default: write); may be repeated");
+  arguments.Text("--section", options.section, "in this section (default: the item's, or the first)");
+  arguments.Item("--item", options.item, "change this item (default: a short one)");
+  arguments.Number("--seconds", options.seconds, kSeconds, "for each operation (default 60; 0 = to the end)");
+  arguments.Number("--cuts", options.images, kCount, "cut images of each operation (default: as the time allows)");
+  arguments.Json();
+}
 
 int RunTorture(const Options& options) {
   const std::vector<const sweep::Operation*> operations = OperationsOf(options);

@@ -7,6 +7,7 @@
 #include "base/staging.h"
 #include "base/terminal.h"
 #include "building/unpacked_folder.h"
+#include "command/arguments.h"
 #include "command/commands.h"
 #include "image/image.h"
 #include "section/items.h"
@@ -31,6 +32,12 @@ SectionItems UnpackSection(const Section& section, const std::filesystem::path& 
 }
 
 }  // namespace
+
+void TakeUnpack(Arguments& arguments, Options& options) {
+  arguments.Text("DIR", options.directory, "directory to make").Required();
+  arguments.Flag("--force", options.force, "replace a directory that an earlier unpack made");
+  arguments.Flag("--skip-unmounted", options.skip_unmounted, "leave out sections that do not mount");
+}
 
 int RunUnpack(const Options& options) {
   const LoadedImage image(options.image);

@@ -5,6 +5,7 @@
 #include "base/terminal.h"
 #include "building/changed_image.h"
 #include "building/room.h"
+#include "command/arguments.h"
 #include "command/commands.h"
 #include "section/items.h"
 #include "store/volume/layout.h"
@@ -59,6 +60,23 @@ void PrintAnswer(const Options& options, u16 asked, const Section& section, cons
 }
 
 }  // namespace
+
+void TakeWrite(Arguments& arguments, Options& options) {
+  arguments.Type("TYPE", options.type);
+  arguments.IdOrNew("ID", options.id);
+  arguments.Text("FILE", options.input, "its bytes (- = standard input)").Required();
+  arguments.ChangedOutput();
+  arguments.Json();
+}
+
+void TakeRename(Arguments& arguments, Options& options) {
+  arguments.Type("TYPE", options.type);
+  arguments.Id("ID", options.id);
+  arguments.Type("NEWTYPE", options.new_type);
+  arguments.IdOrNew("NEWID", options.new_id);
+  arguments.ChangedOutput();
+  arguments.Json();
+}
 
 int RunWrite(const Options& options) {
   const Bytes bytes = options.input == "-" ? ReadStandardInput() : ReadFile(options.input);

@@ -39,7 +39,9 @@ LoadedImage::LoadedImage(const ImageArguments& arguments) : is_dump_(arguments.I
 void LoadedImage::LoadDump(const ImageArguments& arguments) {
   contents_ = {.path = arguments.dump, .bytes = ReadFile(arguments.dump)};
   RequireInFlash(contents_, "dump");
-  psdt_ = {.path = arguments.dump, .bytes = {}, .address = arguments.psdt_address};
+  psdt_ = {.path = arguments.dump,
+           .bytes = {},
+           .address = arguments.psdt_address.value_or(ImageArguments::kDefaultPsdtAddress)};
   if (!InFlash(psdt_.address, kPsdtLengthInDump) || !contents_.Covers(psdt_.address, psdt_.address + kPsdtLengthInDump))
     throw Failure(fmt::format("dump {} ends at {}: no PSDT at {}", contents_.path, HexAddress(contents_.end()),
                               HexAddress(psdt_.address)),

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "image/placed_file.h"
@@ -11,7 +12,7 @@ struct ImageArguments {
   static constexpr u32 kDefaultPsdtAddress = 0xE000;
 
   std::string dump;
-  u64 psdt_address = kDefaultPsdtAddress;  ///< of a dump
+  std::optional<u64> psdt_address;  ///< of a dump; none = the usual one
   PlacedFile psdt;
   PlacedFile codeplug;
   u16 store_version = 0;  ///< 0 = as the blocks say

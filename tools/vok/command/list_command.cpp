@@ -1,18 +1,13 @@
 #include <fmt/core.h>
 
-#include <algorithm>
-
 #include "answer/json.h"
-#include "base/failure.h"
-#include "base/hex_dump.h"
 #include "base/table.h"
 #include "base/terminal.h"
+#include "command/arguments.h"
 #include "command/commands.h"
 #include "image/image.h"
 #include "section/items.h"
 #include "section/mounting.h"
-#include "store/volume/layout.h"
-#include "vok/store.h"
 
 namespace vok::tool {
 
@@ -42,18 +37,12 @@ void PrintItems(const std::vector<SectionItems>& sections) {
   Print(fmt::format("{} items\n", count));
 }
 
-void DeliverItem(const Options& options, const Section& section, const Bytes& bytes) {
-  if (!options.output.empty() && options.output != "-") ReplaceFile(options.output, bytes);
-  if (options.output == "-") return PrintBytes(bytes);
-  if (options.json) {
-    const ItemEntry item{
-        .type = options.type, .id = options.id, .length = static_cast<u32>(bytes.size()), .crc32 = Crc32(bytes)};
-    return Print(ItemJson(section, item, bytes));
-  }
-  if (options.output.empty()) Print(HexDump(bytes));
-}
-
 }  // namespace
+
+void TakeList(Arguments& arguments, Options&) {
+  arguments.Section("list this section only");
+  arguments.Json();
+}
 
 int RunList(const Options& options) {
   const LoadedImage image(options.image);
@@ -67,16 +56,6 @@ int RunList(const Options& options) {
   } else {
     PrintItems(listed);
   }
-  return kDone;
-}
-
-int RunRead(const Options& options) {
-  const LoadedImage image(options.image);
-  RequireSetUp(image.sections());
-  const SectionList sections = MountSections(MountPurpose::kRead);
-  const std::string what = fmt::format("no item type {} ID {}", options.type, options.id);
-  const Section& section = SectionOfType(sections, options.type, what);
-  DeliverItem(options, section, ReadItemBytes(section, options.type, options.id));
   return kDone;
 }
 
