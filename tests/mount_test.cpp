@@ -26,7 +26,9 @@ TEST_P(MountTest, SetUpRefusesBadDescriptorsAndFreesWhatItMade) {
   EXPECT_EQ(SetUpOne(Descriptor(1, 2)), 0);
   EXPECT_EQ(SetUpOne(Descriptor(1, 3)), 115);
   auto odd = Descriptor(2, 0);
-  odd.base += 2;
+  odd.base = ~std::uint64_t{3};
+  EXPECT_EQ(SetUpOne(odd), 115) << "addresses would wrap around";
+  odd.base = kBase + 2;
   EXPECT_EQ(SetUpOne(odd), 115);
   odd = Descriptor(2, 0);
   odd.state = 0;

@@ -90,6 +90,27 @@ TEST_P(StartupTest, DefaultHeadersMakeAStoreThatReadsBackAsAList) {
   EXPECT_FALSE(worker_.TerminateVOK());
 }
 
+/// Damage can let thousands of slots name one large record.
+TEST_P(StartupTest, AListNeverTakesMoreMemoryThanTheImageHolds) {
+  Load({Make("CPGA", 0, 1, 99)});
+  ASSERT_EQ(worker_.BuildDefaultVOKHeaders(), 0);
+  std::uint16_t id = 0;
+  const std::uint32_t base = 0x100000 + format().block_size;
+  const Bytes data(format().largest_item() - 700 * format().slot_size());
+  worker_.WriteVOK(5, id, data.data(), static_cast<std::uint32_t>(data.size()));
+  const Bytes slot = Flash(base + 32, format().slot_size());
+  for (; id < 700; ++id) {
+    Poke(base + 32 + id * format().slot_size(), slot);
+    Poke16(base + 32 + id * format().slot_size() + 2, id);
+  }
+  std::size_t total = 0;
+  const auto items = worker_.ReadAllVOK("CPGA");
+  EXPECT_EQ(items.size(), 700u);
+  for (const VOKITEM& item : items) total += item.Data.size();
+  EXPECT_GT(total, 0x1F00000u);
+  EXPECT_LE(total, 0x2000000u);
+}
+
 TEST_P(StartupTest, RoutesFollowTheRangesAndPreferMountedPartitions) {
   Section first = Make("CPGA", 0, 1, 99);
   first.ranges[1] = {255, 200, 300};

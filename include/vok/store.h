@@ -130,9 +130,9 @@ std::uint8_t FindPartitionForType(std::uint16_t type);
 
 /// Makes the RAM records of @p count partitions (1 to 255) from as many descriptors; nothing is mounted, no flash byte
 /// is read or changed. Arenas are filled with zeros.
-/// @return 0; 107 set up already; 115 no descriptors, a bad state, kind 3 or a base not on a multiple of 4; 109 too few
-///         blocks; 128 no memory, or a table beyond 65535 bytes; or the answer of PlatformHooks::CreateLock(). On
-///         failure everything made by the call is freed.
+/// @return 0; 107 set up already; 115 no descriptors, a bad state, kind 3, or a base not on a multiple of 4 or above
+///         2^63; 109 too few blocks; 128 no memory, or a table beyond 65535 bytes; or the answer of
+///         PlatformHooks::CreateLock(). On failure everything made by the call is freed.
 std::uint16_t SetUpPartitions(std::uint8_t count, const PartitionDescriptor* descriptors);
 
 /// Brings a partition into service.

@@ -144,9 +144,9 @@ class VOK_API VokWorker {
 
   /// Reads every item of the partition that serves a section.
   /// @param section  section tag; characters after the fourth are ignored
-  /// @return the items by type, then by ID, each in flash order; empty for an unknown section. A read that fails ends
-  /// the
-  ///         list: that item and the later ones come without data.
+  /// @return the items by type, then by ID, each in flash order; empty for an unknown section. A read that fails, or
+  ///         that leads beyond 0x2000000 bytes in all (a damaged image whose records overlap), ends the list: that item
+  ///         and the later ones come without data.
   /// @throws VokError when a listing fails
   std::vector<VOKITEM> ReadAllVOK(const std::string& section);
 

@@ -2,6 +2,7 @@
 #include <new>
 
 #include "flash/codes.h"
+#include "flash/image.h"
 #include "store/volume/layout.h"
 #include "vok/store.h"
 #include "vok/vok_worker.h"
@@ -69,10 +70,13 @@ std::vector<VOKITEM> VokWorker::ReadAllVOK(const std::string& section) {
   std::vector<VOKITEM> items;
   GetVOKItems(section, items);
   Scratch<std::uint8_t, kScratchSize> buffer;
+  std::uint64_t total = 0;
   for (VOKITEM& item : items) {
     if (buffer.Get() == nullptr) continue;
     std::uint32_t length = kScratchSize;
     if (ReadVOK(item.Type, item.Id, buffer.Get(), length) != code::kOk) break;
+    // More than the image holds: records that damage lets overlap, each of which would take memory anew.
+    if ((total += length) > vok::kFlashSize) break;
     item.Data.assign(buffer.Get(), buffer.Get() + length);
     item.Length = length;
   }

@@ -18,9 +18,15 @@ u16 ScanPartition(PartitionRecord& partition, MountMode mode);
 /// @return 0; 132 in check mode; 105; 128
 u16 CheckBlockTail(PartitionRecord& partition, BlockRecord& block, MountMode mode);
 
-/// Cancels the Allocated or Void slot at @p slot, the @p number-th of its block (from 1).
-/// @return 0; 105
-u16 CancelUnfinishedSlot(PartitionRecord& partition, BlockRecord& block, FlashAddress slot, u32 number);
+/// What a scan knows of the slots before the one at hand.
+struct PassedSlots {
+  u32 count = 0;
+  u32 last_word = 0;    ///< location word of the last of them
+  FlashAddress record;  ///< start of the record of the last of them that has one; the block's end when none has
+};
+
+/// Cancels the Allocated or Void slot at @p slot. @return 0; 105
+u16 CancelUnfinishedSlot(PartitionRecord& partition, BlockRecord& block, FlashAddress slot, const PassedSlots& before);
 
 /// Finishes the change that a Valid journal record announces and retires the record. @return 0; 122; 105; 127
 u16 ReplayJournalRecord(PartitionRecord& partition, FlashAddress slot);

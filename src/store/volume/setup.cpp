@@ -12,6 +12,8 @@ namespace {
 
 constexpr u8 kConfigured = 1;
 constexpr u8 kNotUsed = 2;
+/// No address of a partition, of a slot or record in it or of what a damaged location word names wraps around.
+constexpr FlashAddress kHighestBase = FlashAddress{1} << 63;
 
 enum class PartitionKind : u8 { kReadWrite, kReadOnly, kWriteOnce, kInvalid };
 
@@ -93,7 +95,7 @@ u16 CheckDescriptor(const PartitionDescriptor& descriptor) {
   // A read/write partition needs one block to serve as the spare of a reorganisation.
   const u16 least_blocks = kind == PartitionKind::kReadWrite ? 2 : 1;
   if (descriptor.block_count < least_blocks) return Fail(code::kInvalidBlock);
-  return descriptor.base % 4 == 0 ? code::kOk : Fail(code::kInvalidParameter);
+  return descriptor.base % 4 == 0 && descriptor.base <= kHighestBase ? code::kOk : Fail(code::kInvalidParameter);
 }
 
 /// Fills one record; on failure nothing of it remains to be freed.

@@ -7,6 +7,16 @@
 
 namespace vok {
 
+namespace detail {
+#ifdef VOK_COUNT_READS
+/// Slots read and records located so far, for builds that hold operations to their bounds.
+inline u64 reads = 0;
+inline void CountRead() { ++reads; }
+#else
+inline void CountRead() {}
+#endif
+}  // namespace detail
+
 /// A header slot: what ReadHeader() finds, or what a writer wants written.
 struct SlotHeader {
   u16 type;
@@ -15,6 +25,7 @@ struct SlotHeader {
 };
 
 inline SlotHeader ReadHeader(FlashAddress slot) {
+  detail::CountRead();
   return {.type = ReadFlashWord16(slot + slot_field::kType),
           .id = ReadFlashWord16(slot + slot_field::kId),
           .word = ReadHeaderWord(slot + slot_field::kLocationWord)};
@@ -77,6 +88,7 @@ class SlotWalk {
 
  private:
   void Load() {
+    detail::CountRead();
     if (slot_ + slot_size_ > safe_end_) [[unlikely]] {
       LoadAtEnd();
       return;
@@ -105,8 +117,5 @@ class SlotWalk {
   bool at_slot_ = false;
   bool ran_out_ = false;
 };
-
-/// The start of the record that the last slot before @p slots_end with one names; the block's end when none has one.
-FlashAddress LowestRecord(const PartitionRecord& partition, const BlockRecord& block, FlashAddress slots_end);
 
 }  // namespace vok
