@@ -33,6 +33,8 @@ vok_install_pkg_config(vok "the VOK store, static, for C++" "" "-l:libvok.a")
 if(VOK_BUILD_SHARED)
   vok_install_library(vok_shared shared)
   vok_install_pkg_config(vok-shared "the VOK store's host interface, shared, for C++" "-DVOK_USING_SHARED" "-lvok")
+  vok_install_library(vok_c c)
+  vok_install_pkg_config(vok-c "the VOK store for C and other languages" "" "-lvok_c")
 endif()
 
 install(
@@ -53,3 +55,10 @@ install(
 if(TARGET vok_tool)
   install(TARGETS vok_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
 endif()
+
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR}
+        COMPONENT dev)
+install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
+# A Debian package has its own forms of these.
+install(FILES ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR}
+        COMPONENT licence)

@@ -40,7 +40,7 @@ endfunction()
 # Visibility alone lets through what the standard library's templates instantiate; the linker's list does not.
 function(vok_export_symbols target map)
   if(NOT WIN32)
-    target_link_options(${target} PRIVATE LINKER:--version-script=${map} LINKER:--no-undefined-version)
+    target_link_options(${target} PRIVATE LINKER:--version-script=${map} LINKER:--no-undefined-version LINKER:-z,now)
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
   endif()
 endfunction()

@@ -121,6 +121,8 @@ const StartupPlan& PrepareStore() {
   return plan;
 }
 
+const StartupPlan& CurrentPlan() { return plan; }
+
 u8 MountModeOf(const TypeRoute& route) {
   return static_cast<u8>(route.range_id == CurrentLayout().check_mount_range ? MountMode::kCheck : MountMode::kRepair);
 }

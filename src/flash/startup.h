@@ -48,6 +48,9 @@ struct StartupPlan {
 /// @return the plan, in force until the next start-up
 const StartupPlan& PrepareStore();
 
+/// The plan in force.
+const StartupPlan& CurrentPlan();
+
 /// The mode in which start-up mounts the partition of a route.
 u8 MountModeOf(const TypeRoute& route);
 

@@ -2,6 +2,7 @@
 #include <string>
 
 #include "vok/vok_worker.h"
+#include "worker/error_text.h"
 
 namespace {
 
@@ -51,13 +52,13 @@ constexpr std::array<const char*, 43> kTexts = {"Cannot make ID",
                                                 "Write Once",
                                                 "Flash Write Redundant"};
 
-const char* TextOf(int code) {
+}  // namespace
+
+const char* vok::TextOfCode(int code) {
   const bool known = code >= kFirstCode && code < kFirstCode + static_cast<int>(kTexts.size());
   const char* text = known ? kTexts[static_cast<std::size_t>(code - kFirstCode)] : nullptr;
   return text != nullptr ? text : "Unknown Exception";
 }
-
-}  // namespace
 
 VokError::VokError(int code) : Code(code) {}
 VokError::VokError(const VokError& other) = default;
@@ -65,5 +66,5 @@ VokError& VokError::operator=(const VokError& other) = default;
 VokError::~VokError() = default;
 
 std::string VokError::ErrorMessage(int code) const {
-  return "VOK Error #" + std::to_string(code) + ": " + TextOf(code);
+  return "VOK Error #" + std::to_string(code) + ": " + vok::TextOfCode(code);
 }
