@@ -4,6 +4,7 @@
 #include <fmt/core.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -73,20 +74,29 @@ fs::path FollowLink(const fs::path& path) {
   return error ? path : target;
 }
 
-Bytes ReadToEnd(std::FILE* file, const std::string& path) {
-  Bytes bytes;
-  std::size_t count = 0;
-  do {
-    const std::size_t old_size = bytes.size();
-    bytes.resize(old_size + kReadChunk);
-    count = std::fread(bytes.data() + old_size, 1, kReadChunk, file);
-    bytes.resize(old_size + count);
-    if (bytes.size() > kFlashSize)
+/// @param expected  how many bytes are likely to come
+Bytes ReadToEnd(std::FILE* file, const std::string& path, std::uintmax_t expected = 0) {
+  // One byte more than expected: it stays free when the end is where it should be, and nothing is left over.
+  Bytes bytes(std::min<std::uintmax_t>(expected, kFlashSize) + 1);
+  std::size_t size = 0;
+  for (;;) {
+    size += std::fread(bytes.data() + size, 1, bytes.size() - size, file);
+    if (size < bytes.size()) break;
+    if (size > kFlashSize)
       throw Failure(fmt::format("{} is longer than the flash image of {} bytes", path, kFlashSize),
                     code::kInvalidParameter);
-  } while (count == kReadChunk);
+    bytes.resize(size + kReadChunk);
+  }
   if (std::ferror(file) != 0) ThrowSystemError("read", path, errno);
+  bytes.resize(size);
   return bytes;
+}
+
+/// 0 for what has no length, like a pipe.
+std::uintmax_t LengthOf(const fs::path& path) {
+  std::error_code error;
+  const std::uintmax_t length = fs::file_size(path, error);
+  return error ? 0 : length;
 }
 
 }  // namespace
@@ -94,7 +104,7 @@ Bytes ReadToEnd(std::FILE* file, const std::string& path) {
 Bytes ReadFile(const std::string& path) {
   const File file(std::fopen(path.c_str(), "rb"));
   if (file == nullptr) ThrowSystemError("read", path, errno);
-  return ReadToEnd(file.get(), path);
+  return ReadToEnd(file.get(), path, LengthOf(path));
 }
 
 Bytes ReadStandardInput() { return ReadToEnd(stdin, "standard input"); }
