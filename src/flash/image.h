@@ -15,6 +15,7 @@ inline constexpr u8 kErasedByte = 0xFF;
 
 namespace detail {
 extern std::array<u8, kFlashSize> flash_image;
+extern bool image_is_lent;
 u16 ReadFlashWord16AtEnd(FlashAddress address);
 }  // namespace detail
 
@@ -24,7 +25,17 @@ constexpr bool InFlash(FlashAddress address, u64 count) {
 }
 
 /// The byte at @p address, for bulk copies; the caller keeps inside the image.
-inline u8* VirtualMemoryAddress(FlashAddress address) { return detail::flash_image.data() + address; }
+inline const u8* VirtualMemoryAddress(FlashAddress address) { return detail::flash_image.data() + address; }
+
+/// The same for a caller who may change bytes through it, now or later, unannounced.
+u8* LendImage(FlashAddress address);
+inline bool ImageIsLent() { return detail::image_is_lent; }
+
+/// Who keeps something derived from the image is told of every change of bytes between @p first and @p end, right
+/// before it is made. There is one watcher; watching again widens the range.
+using ImageWatcher = void (*)(FlashAddress address, u64 count);
+void WatchImage(FlashAddress first, FlashAddress end, ImageWatcher watcher);
+void StopWatchingImage();
 
 inline u16 BigEndian16(const u8* bytes) { return static_cast<u16>(bytes[0] << 8 | bytes[1]); }
 inline u32 BigEndian32(const u8* bytes) {

@@ -103,4 +103,4 @@ bool VokWorker::TerminateVOK() { return vok::TerminateStore() == code::kOk; }
 
 std::uint16_t VokWorker::InitVirtualMemory() { return vok::EraseFlashImage(); }
 
-std::uint8_t* VokWorker::VirtualMemoryAddress(std::uint32_t address) { return vok::VirtualMemoryAddress(address); }
+std::uint8_t* VokWorker::VirtualMemoryAddress(std::uint32_t address) { return vok::LendImage(address); }

@@ -4,6 +4,7 @@
 #include "flash/hooks.h"
 #include "store/read/directory.h"
 #include "store/read/hunt.h"
+#include "store/read/index/acceleration.h"
 
 namespace vok {
 
@@ -29,7 +30,7 @@ bool SearchBlock(const PartitionRecord& partition, u16 index, FlashAddress first
   return false;
 }
 
-bool SearchBlocks(const PartitionRecord& partition, u16 type, u16 id, SearchStart start, SearchResult& result) {
+bool WalkBlocks(const PartitionRecord& partition, u16 type, u16 id, SearchStart start, SearchResult& result) {
   u16 index = 0;
   FlashAddress first = 0;
   if (start.ContinuesAfterSlot()) {
@@ -42,6 +43,19 @@ bool SearchBlocks(const PartitionRecord& partition, u16 type, u16 id, SearchStar
     if (SearchBlock(partition, index, first != 0 ? first : FirstSlot(block), type, id, result)) return true;
   }
   return false;
+}
+
+/// One pass over the partition's slots, by the index or by a walk.
+bool SearchSlots(const PartitionRecord& partition, u16 type, u16 id, SearchStart start, SearchResult& result) {
+  ItemIndex* const index = IndexOf(partition);
+  FlashAddress slot = 0;
+  if (index == nullptr || !index->Find(type, id, start.ContinuesAfterSlot() ? start.slot() : 0, slot))
+    return WalkBlocks(partition, type, id, start, result);
+  if (slot == 0) return false;
+  result.slot = slot;
+  result.block = index->BlockOf(slot);
+  result.header = ReadHeader(slot);
+  return true;
 }
 
 /// @return whether the directory settled the search, one way or the other
@@ -70,7 +84,7 @@ SearchResult FindItem(PartitionRecord& partition, u16 type, u16 id, Caching cach
       result.error = code::kOutOfHuntFlags;
       return result;
     }
-    if (SearchBlocks(partition, type, id, start, result)) break;
+    if (SearchSlots(partition, type, id, start, result)) break;
     if (flag.StillValid()) return result;
   }
   if (caching == Caching::kOn) DirRecordLocation(partition, type, result.header.id, result.slot, NewItem::kNo);

@@ -26,7 +26,7 @@ u16 FormatBlock(const PartitionRecord& partition, BlockRecord& block, WearSource
   if (u16 code = FlashEraseBlock(block.base)) return code;
   if (u16 code = ProgramBlockHeader(block.base, block.wear_counter, CurrentLayout().states.free)) return code;
   ResetBlockRecord(partition, block);
-  block.state = CurrentLayout().states.free;
+  SetBlockState(block, CurrentLayout().states.free);
   return code::kOk;
 }
 
@@ -42,7 +42,7 @@ u16 WriteDefaultBlockHeader(FlashAddress base, bool active) {
 }
 
 u16 ReadBlockState(BlockRecord& block) {
-  block.state = ReadFlashWord16(block.base + block_header::kStateOffset);
+  SetBlockState(block, ReadFlashWord16(block.base + block_header::kStateOffset));
   block.wear_counter = ReadFlashWord32(block.base + block_header::kWearCounterOffset);
   return block.state;
 }

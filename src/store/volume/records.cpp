@@ -48,7 +48,7 @@ u16 ProgramBlockState(const BlockRecord& block, u16 state) {
 
 u16 EnterBlockState(BlockRecord& block, u16 state) {
   if (u16 code = ProgramBlockState(block, state)) return code;
-  block.state = state;
+  SetBlockState(block, state);
   return code::kOk;
 }
 

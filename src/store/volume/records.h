@@ -65,6 +65,15 @@ inline FlashAddress LastAddress(const PartitionRecord& partition, const BlockRec
   return BlockEnd(partition, block) - 1;
 }
 
+/// Counts changes of block states in RAM, so that whoever follows them can tell that there is something to follow.
+inline u32 block_state_changes = 0;
+
+/// The one way to change a block's state in RAM.
+inline void SetBlockState(BlockRecord& block, u16 state) {
+  block.state = state;
+  ++block_state_changes;
+}
+
 /// Whether the block may hold current items: searches look into no other.
 inline bool IsSearched(const BlockRecord& block) {
   const BlockStates& states = CurrentLayout().states;

@@ -60,12 +60,12 @@ u16 CheckReorganisable(u8 partition, u16 block) {
 u16 ProgramReorgStates(BlockRecord& source, BlockRecord& target) {
   const BlockStates& states = CurrentLayout().states;
   if (u16 code = ProgramBlockState(source, states.reorg_source)) {
-    source.state = states.active;
-    target.state = states.free;
+    SetBlockState(source, states.active);
+    SetBlockState(target, states.free);
     return code;
   }
   if (u16 code = ProgramBlockState(target, states.reorg_target)) {
-    target.state = states.free;
+    SetBlockState(target, states.free);
     return code;
   }
   return code::kOk;
@@ -87,12 +87,12 @@ u16 ReorganiseBlock(u8 partition, u16 block, u8 force) {
   BlockRecord& target = record.block_table[spare];
 
   // In RAM first: from here on no writer puts a record into either block.
-  source.state = states.reorg_source;
-  target.state = states.reorg_target;
+  SetBlockState(source, states.reorg_source);
+  SetBlockState(target, states.reorg_target);
   first_lock.Give();
   if (u16 code = ClearPointersOut(record, block, force)) {
-    source.state = states.active;
-    target.state = states.free;
+    SetBlockState(source, states.active);
+    SetBlockState(target, states.free);
     second_lock.Give();
     if (force == kForce) NotifyLockOwners(record, source);
     return code;

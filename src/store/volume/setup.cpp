@@ -2,6 +2,7 @@
 
 #include "flash/codes.h"
 #include "flash/hooks.h"
+#include "store/read/index/acceleration.h"
 #include "store/volume/lock_table.h"
 #include "store/volume/records.h"
 #include "vok/store.h"
@@ -161,6 +162,7 @@ u16 TerminateStore() {
     root = store_root;
     store_root = nullptr;
   }
+  DropAcceleration();
   TearDownPartitions(root, root->partition_count);
   return code::kOk;
 }

@@ -29,7 +29,7 @@ u16 ChooseRetiredBlock(PartitionRecord& partition, u16& block) {
   if (chosen.state == states.erasing) return code::kOk;
   if (chosen.state != states.retired) return Fail(code::kInvalidBlock);
   --chosen.wear_counter;
-  chosen.state = states.erasing;
+  SetBlockState(chosen, states.erasing);
   return code::kOk;
 }
 

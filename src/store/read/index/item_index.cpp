@@ -1,0 +1,188 @@
+#include "store/read/index/item_index.h"
+
+#include <algorithm>
+#include <new>
+
+namespace vok {
+
+ItemIndex::ItemIndex(const PartitionRecord& partition)
+    : partition_(partition),
+      base_(PartitionBase(partition)),
+      end_(base_ + u64{partition.block_size} * partition.block_count) {
+  blocks_.reset(new (std::nothrow) Coverage[partition.block_count]());
+  // Odd block sizes would give slots odd addresses.
+  given_up_ = blocks_ == nullptr || end_ > kFlashSize || partition.block_size % 2 != 0 ||
+              partition.block_size <= block_header::kSize;
+}
+
+bool ItemIndex::CatchUp() {
+  if (given_up_) return false;
+  if (layout_ == &CurrentLayout()) {
+    FollowStates();
+    SettlePending();
+  }
+  if (layout_ != &CurrentLayout() && !Build()) {
+    given_up_ = true;
+    Forget();
+    return false;
+  }
+  return runs_out_ == 0;
+}
+
+void ItemIndex::Forget() {
+  layout_ = nullptr;
+  pending_ = kNothing;
+  runs_out_ = 0;
+  lists_hold_ = false;
+  std::fill_n(blocks_.get(), blocks_ != nullptr ? partition_.block_count : 0, Coverage{});
+  slots_.Release();
+  lists_.Release();
+  first_free_.Clear();
+}
+
+bool ItemIndex::Build() {
+  Forget();
+  u32 valid = 0;
+  for (u16 i = 0; i < partition_.block_count; ++i)
+    if (IsSearched(Record(i)))
+      for (SlotWalk walk(partition_, Record(i)); walk.AtSlot(); walk.Advance()) valid += walk.IsValidItem();
+  if (!slots_.Reserve(valid)) return false;
+  layout_ = &CurrentLayout();
+  slot_size_ = layout_->slot_size();
+  FollowStates();
+  return true;
+}
+
+void ItemIndex::FollowStates() {
+  states_seen_ = block_state_changes;
+  for (u16 i = 0; i < partition_.block_count && layout_ != nullptr; ++i) {
+    if (IsSearched(Record(i)) == blocks_[i].covered) continue;
+    blocks_[i].covered ? Uncover(i) : Cover(i);
+  }
+}
+
+void ItemIndex::Cover(u16 block) {
+  blocks_[block].covered = true;
+  ReadOn(block);
+}
+
+/// The slots are read where they lay, not where the list ends by now. One that was pending is in the table no more.
+void ItemIndex::Uncover(u16 block) {
+  lists_hold_ = false;
+  for (u32 i = 0; i < blocks_[block].slots; ++i) {
+    const FlashAddress slot = SlotAt(block, i);
+    if (IsValid(ReadHeader(slot).word)) Remove(NameAt(slot), slot);
+  }
+  if (pending_block_ == block) pending_ = kNothing;
+  runs_out_ -= blocks_[block].ran_out;
+  blocks_[block] = {};
+}
+
+/// Reads the slots that follow those known.
+void ItemIndex::ReadOn(u16 block) {
+  Coverage& coverage = blocks_[block];
+  runs_out_ -= coverage.ran_out;
+  SlotWalk walk(partition_, Record(block), SlotAt(block, coverage.slots));
+  for (; walk.AtSlot(); walk.Advance()) {
+    ++coverage.slots;
+    if (walk.IsValidItem()) Add(NameAt(walk.slot()), walk.slot());
+    if (layout_ == nullptr) return;
+  }
+  coverage.ran_out = walk.RanOut();
+  runs_out_ += coverage.ran_out;
+}
+
+/// A full table is made anew, larger, by the next search.
+void ItemIndex::Add(u32 name, FlashAddress slot) {
+  lists_hold_ = false;
+  if (!slots_.Insert(name, slot)) Forget();
+}
+
+void ItemIndex::Remove(u32 name, FlashAddress slot) {
+  slots_.Erase(name, slot);
+  if (u16* const free = first_free_.Existing(static_cast<u16>(name >> 16)))
+    *free = std::min(*free, static_cast<u16>(name));
+}
+
+u16 ItemIndex::BlockOf(FlashAddress address) const {
+  return static_cast<u16>(static_cast<u32>(address - base_) / partition_.block_size);
+}
+
+void ItemIndex::BeforeChange(FlashAddress address, u64 count) {
+  if (layout_ == nullptr || address >= end_ || address + count <= base_) return;
+  const FlashAddress first = std::max(address, base_);
+  const FlashAddress last = std::min(address + count, end_) - 1;
+  const u16 block = BlockOf(first);
+  if (layout_ != &CurrentLayout() || BlockOf(last) != block) return Forget();
+
+  // A pending slot may have become one more of the list.
+  const FlashAddress watched_end = SlotAt(block, blocks_[block].slots + 2);
+  const FlashAddress slots = SlotAt(block, 0);
+  if (!blocks_[block].covered || first >= watched_end || last < slots) return;
+  const u32 number = first > slots ? static_cast<u32>(first - slots) / slot_size_ : 0;
+  if (first >= slots && last < SlotAt(block, number + 1)) return Touch(block, number);
+  Uncover(block);
+  states_seen_ = block_state_changes - 1;
+}
+
+void ItemIndex::Touch(u16 block, u32 number) {
+  const FlashAddress slot = SlotAt(block, number);
+  if (slot == pending_) return;
+  SettlePending();
+  const Coverage& coverage = blocks_[block];
+  if (!coverage.covered || number > coverage.slots) return;
+  pending_ = slot;
+  pending_block_ = block;
+  pending_type_ = kUnusedType;
+  if (number == coverage.slots) return;
+  const SlotHeader header = ReadHeader(slot);
+  pending_type_ = header.type;
+  if (IsValid(header.word)) Remove(NameOf(header.type, header.id), slot);
+}
+
+void ItemIndex::SettlePending() {
+  if (pending_ == kNothing) return;
+  const FlashAddress slot = pending_;
+  pending_ = kNothing;
+  if (pending_type_ == kUnusedType) return ReadOn(pending_block_);
+  const SlotHeader header = ReadHeader(slot);
+  if (header.type != pending_type_) {
+    Uncover(pending_block_);
+    Cover(pending_block_);
+  } else if (IsValid(header.word)) {
+    Add(NameOf(header.type, header.id), slot);
+  }
+}
+
+bool ItemIndex::ListTypes() {
+  if (!lists_.Reserve(slots_.size())) return false;
+  for (u16 i = 0; i < partition_.block_count; ++i) {
+    if (!blocks_[i].covered) continue;
+    for (SlotWalk walk(partition_, Record(i)); walk.AtSlot(); walk.Advance())
+      if (walk.IsValidItem() && !lists_.Append(walk.header().type, walk.slot())) return false;
+  }
+  lists_hold_ = true;
+  return true;
+}
+
+bool ItemIndex::Find(u16 type, u16 id, FlashAddress after, FlashAddress& slot) {
+  if (id != kAnyId) {
+    slot = slots_.Find(NameOf(type, id), after);
+    return true;
+  }
+  if (!lists_hold_ && !ListTypes()) return false;
+  // Items retired since the lists were made are still in them.
+  slot = lists_.Find(type, after);
+  while (slot != 0 && !IsValid(ReadHeader(slot).word)) slot = lists_.Find(type, slot);
+  return true;
+}
+
+u16 ItemIndex::FirstFreeId(u16 type) {
+  u16* const first_free = first_free_.At(type);
+  u16 id = first_free != nullptr ? *first_free : u16{0};
+  while (id != kAnyId && slots_.Find(NameOf(type, id), 0) != 0) ++id;
+  if (first_free != nullptr) *first_free = id;
+  return id;
+}
+
+}  // namespace vok

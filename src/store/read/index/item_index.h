@@ -1,0 +1,94 @@
+#pragma once
+
+#include <memory>
+
+#include "store/read/index/slot_table.h"
+#include "store/read/index/type_lists.h"
+#include "store/read/index/type_table.h"
+
+namespace vok {
+
+/// Where the items of one partition have their header slots, so that a search need not walk them. It knows nothing but
+/// the bytes of the image and the RAM states of the blocks, and gives what a walk would give at the same moment.
+///
+/// Invariants between a Refresh() that succeeded and the next change of the image or of a block state:
+///  - exactly the blocks that searches look into are covered, each with the length of its slot list;
+///  - the slot table holds exactly the Valid slots of these lists;
+///  - every ID below a type's first free ID belongs to an item.
+/// Changes are announced before they are made, while the old names still stand in the slots. A slot about to change
+/// leaves the table and is pending: what it says is read when something else is touched or asked.
+class ItemIndex {
+ public:
+  explicit ItemIndex(const PartitionRecord& partition);
+
+  /// Follows what changed. @return false when only a walk can answer: no memory, a partition that is not wholly inside
+  /// the image, or a slot list that runs into its block's end, which every search reports
+  bool Refresh() { return IsFresh() ? runs_out_ == 0 : CatchUp(); }
+
+  /// @name Answers of a fresh index
+  /// @{
+
+  /// The lowest Valid slot of an item (ID 65535: of a type) above @p after, 0 = none.
+  /// @return false when only a walk can answer
+  bool Find(u16 type, u16 id, FlashAddress after, FlashAddress& slot);
+  /// The lowest ID that no item of the type has; 65535 when there is none.
+  u16 FirstFreeId(u16 type);
+  u16 BlockOf(FlashAddress address) const;
+  /// @}
+
+  /// The bytes are about to change.
+  void BeforeChange(FlashAddress address, u64 count);
+
+ private:
+  struct Coverage {
+    bool covered;
+    bool ran_out;  ///< the list runs into the block's end
+    u32 slots;     ///< length of the slot list
+  };
+
+  bool IsFresh() const {
+    return layout_ == &CurrentLayout() && states_seen_ == block_state_changes && pending_ == kNothing;
+  }
+  bool CatchUp();
+  bool Build();
+  void Forget();
+
+  void FollowStates();
+  void Cover(u16 block);
+  void Uncover(u16 block);
+  void ReadOn(u16 block);
+  void Add(u32 name, FlashAddress slot);
+  void Remove(u32 name, FlashAddress slot);
+
+  void Touch(u16 block, u32 number);
+  void SettlePending();
+
+  bool ListTypes();
+
+  const BlockRecord& Record(u16 block) const { return partition_.block_table[block]; }
+  FlashAddress SlotAt(u16 block, u32 number) const { return FirstSlot(Record(block)) + u64{number} * slot_size_; }
+
+  static constexpr FlashAddress kNothing = 0;
+
+  const PartitionRecord& partition_;
+  const FlashAddress base_;
+  const FlashAddress end_;
+  const Layout* layout_ = nullptr;  ///< in force when the index was built; null = there is none
+  u32 slot_size_ = 0;
+  bool given_up_ = false;
+
+  std::unique_ptr<Coverage[]> blocks_;
+  u32 runs_out_ = 0;     ///< number of covered blocks whose list does
+  u32 states_seen_ = 0;  ///< count of state changes up to which the blocks were followed
+
+  FlashAddress pending_ = kNothing;  ///< slot that may be changing
+  u16 pending_block_ = 0;
+  u16 pending_type_ = 0;  ///< its type before the change
+
+  SlotTable slots_;
+  TypeTable<u16> first_free_;
+  TypeLists lists_;
+  bool lists_hold_ = false;  ///< whether no Valid slot was added since the lists were made
+};
+
+}  // namespace vok

@@ -1,0 +1,57 @@
+#include "store/read/index/slot_table.h"
+
+#include <bit>
+#include <new>
+
+namespace vok {
+
+bool SlotTable::Reserve(u32 slots) {
+  Release();
+  const u32 wanted = slots + slots / 16 + 16;
+  const u32 capacity = std::bit_ceil(wanted + wanted / 2);
+  cells_.reset(new (std::nothrow) u32[capacity]());
+  if (cells_ == nullptr) return false;
+  mask_ = capacity - 1;
+  shift_ = 64 - static_cast<u32>(std::bit_width(mask_));
+  limit_ = capacity / 3 * 2;
+  return true;
+}
+
+bool SlotTable::Insert(u32 name, FlashAddress slot) {
+  if (taken_ >= limit_) return false;
+  const u64 hash = HashOf(name);
+  u32 i = HomeOf(hash);
+  while (cells_[i] > kErased) i = Next(i);
+  if (cells_[i] == kEmpty) ++taken_;
+  cells_[i] = CellOf(hash, slot);
+  ++size_;
+  return true;
+}
+
+void SlotTable::Erase(u32 name, FlashAddress slot) {
+  const u64 hash = HashOf(name);
+  const u32 cell = CellOf(hash, slot);
+  u32 i = HomeOf(hash);
+  while (cells_[i] != cell) {
+    if (cells_[i] == kEmpty) return;
+    i = Next(i);
+  }
+  --size_;
+  cells_[i] = kErased;
+  // At the end of a run nothing lies behind the erased cells, and searches may end before them.
+  if (cells_[Next(i)] != kEmpty) return;
+  for (; cells_[i] == kErased; i = (i - 1) & mask_, --taken_) cells_[i] = kEmpty;
+}
+
+FlashAddress SlotTable::Find(u32 name, FlashAddress after) const {
+  const u64 hash = HashOf(name);
+  FlashAddress lowest = 0;
+  for (u32 i = HomeOf(hash); cells_[i] != kEmpty; i = Next(i)) {
+    if (!SameTag(cells_[i], hash)) continue;
+    const FlashAddress slot = FlashAddress{cells_[i] & kSlotMask} * 2;
+    if (slot > after && (lowest == 0 || slot < lowest) && NameAt(slot) == name) lowest = slot;
+  }
+  return lowest;
+}
+
+}  // namespace vok

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <memory>
+
+#include "store/volume/slots.h"
+
+namespace vok {
+
+/// An item's name as one number.
+constexpr u32 NameOf(u16 type, u16 id) { return static_cast<u32>(type) << 16 | id; }
+/// The name as it stands in a header slot.
+inline u32 NameAt(FlashAddress slot) { return BigEndian32(VirtualMemoryAddress(slot) + slot_field::kType); }
+
+/// A hash table from names to header slots of the flash image, at most two thirds full; names and slots may stand in it
+/// more than once, together only once. It keeps no names of its own: a cell is a slot address and seven bits of the
+/// name's hash, the rest is read from the slot. So a slot must be erased before its name changes in flash.
+class SlotTable {
+ public:
+  /// Empties the table and makes room for @p slots of them and some more. @return false without memory
+  bool Reserve(u32 slots);
+  void Release() { *this = {}; }
+
+  /// @return false when the table is full
+  bool Insert(u32 name, FlashAddress slot);
+  /// Does nothing when the slot is not in the table under this name.
+  void Erase(u32 name, FlashAddress slot);
+
+  /// The lowest slot above @p after with the name; 0 when there is none.
+  FlashAddress Find(u32 name, FlashAddress after) const;
+
+  u32 size() const { return size_; }
+
+ private:
+  /// Slots have even addresses below 32 MiB, and none is so low that its cell would look empty or erased.
+  static constexpr u32 kEmpty = 0, kErased = 1, kSlotMask = 0xFFFFFF;
+  static_assert(kFlashSize / 2 - 1 <= kSlotMask);
+
+  static u64 HashOf(u32 name) { return name * u64{0x9E3779B97F4A7C15}; }
+  /// Never 0, so that an erased cell matches no name.
+  static u32 TagOf(u64 hash) { return static_cast<u32>(hash) | 0x01000000; }
+  static bool SameTag(u32 cell, u64 hash) { return ((cell ^ TagOf(hash)) & ~kSlotMask) == 0; }
+  static u32 CellOf(u64 hash, FlashAddress slot) { return (TagOf(hash) & ~kSlotMask) | static_cast<u32>(slot / 2); }
+  u32 HomeOf(u64 hash) const { return static_cast<u32>(hash >> shift_); }
+  u32 Next(u32 i) const { return (i + 1) & mask_; }
+
+  std::unique_ptr<u32[]> cells_;
+  u32 mask_ = 0;
+  u32 shift_ = 0;
+  u32 size_ = 0;
+  u32 taken_ = 0;  ///< cells that are not empty
+  u32 limit_ = 0;  ///< of them
+};
+
+}  // namespace vok
