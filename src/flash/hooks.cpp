@@ -4,12 +4,13 @@
 
 namespace vok {
 
-namespace {
-
-PlatformHooks default_hooks;
+namespace detail {
 PlatformHooks* installed_hooks = nullptr;
+}
 
-}  // namespace
+namespace {
+PlatformHooks default_hooks;
+}
 
 void PlatformHooks::ReportError(u16) {}
 u16 PlatformHooks::CreateLock(u32*) { return 0; }
@@ -24,16 +25,11 @@ void* PlatformHooks::Allocate(u16 size) { return ::operator new(size, std::nothr
 void PlatformHooks::Release(void* memory) { ::operator delete(memory); }
 
 PlatformHooks* InstallPlatformHooks(PlatformHooks* hooks) {
-  PlatformHooks* before = installed_hooks;
-  installed_hooks = hooks;
+  PlatformHooks* before = detail::installed_hooks;
+  detail::installed_hooks = hooks;
   return before;
 }
 
-PlatformHooks& Hooks() { return installed_hooks != nullptr ? *installed_hooks : default_hooks; }
-
-u16 Fail(u16 code) {
-  Hooks().ReportError(code);
-  return code;
-}
+PlatformHooks& Hooks() { return OwnHooks() != nullptr ? *OwnHooks() : default_hooks; }
 
 }  // namespace vok

@@ -13,16 +13,31 @@
 
 namespace vok {
 
+namespace detail {
+extern PlatformHooks* installed_hooks;
+}
+
 PlatformHooks& Hooks();
 
+/// Null while the default hooks are in force. Their locks and reports do nothing, so the paths that every read takes
+/// leave them out.
+inline PlatformHooks* OwnHooks() { return detail::installed_hooks; }
+
 /// Reports @p code to the error hook and returns it: the one way out of every failing path that found the failure.
-u16 Fail(u16 code);
+inline u16 Fail(u16 code) {
+  if (PlatformHooks* const hooks = OwnHooks()) hooks->ReportError(code);
+  return code;
+}
 
 /// Holds the store-wide lock.
 class StoreLock {
  public:
-  StoreLock() { Hooks().TakeStoreLock(); }
-  ~StoreLock() { Hooks().GiveStoreLock(); }
+  StoreLock() {
+    if (PlatformHooks* const hooks = OwnHooks()) hooks->TakeStoreLock();
+  }
+  ~StoreLock() {
+    if (PlatformHooks* const hooks = OwnHooks()) hooks->GiveStoreLock();
+  }
   StoreLock(const StoreLock&) = delete;
   StoreLock& operator=(const StoreLock&) = delete;
 };
@@ -37,13 +52,13 @@ class LockGuard {
 
   void Take() {
     if (lock_ == nullptr || held_) return;
-    Hooks().TakeLock(lock_);
+    if (PlatformHooks* const hooks = OwnHooks()) hooks->TakeLock(lock_);
     held_ = true;
   }
   void Give() {
     if (!held_) return;
     held_ = false;
-    Hooks().GiveLock(lock_);
+    if (PlatformHooks* const hooks = OwnHooks()) hooks->GiveLock(lock_);
   }
 
  private:

@@ -219,6 +219,7 @@ void PlaceLocationCache(PartitionRecord& partition) {
   if (free < LocationCache::kLeastSize) return;
   partition.location_cache = partition.directory_arena + partition.arena_used;
   LocationCache::Place(partition.location_cache, free);
+  MakeCacheIndex(partition, LocationCache(partition).capacity());
 }
 
 }  // namespace vok

@@ -28,6 +28,8 @@ u32 KeyValue(u16 type, u16 id) {
   return LoadFrom<u32>(reinterpret_cast<const u8*>(&key));
 }
 
+bool IsEmptyKey(u32 key) { return LoadFrom<u16>(reinterpret_cast<const u8*>(&key)) == 0; }
+
 }  // namespace
 
 u8* LocationCache::Entry(u16 index) const { return base_ + kFirstEntryOffset + std::size_t{index} * kEntrySize; }
@@ -41,12 +43,26 @@ void LocationCache::Place(u8* base, u32 size) {
 
 u16 LocationCache::capacity() const { return LoadFrom<u16>(base_ + kCapacityOffset); }
 
+u32 LocationCache::KeyAt(u16 entry) const { return LoadFrom<u32>(Entry(entry)); }
+
+/// Keeps the index in step.
+void LocationCache::SetKey(u16 entry, u32 key) {
+  if (const u32 old = KeyAt(entry); index_ != nullptr && !IsEmptyKey(old)) index_->Unlink(old, entry);
+  StoreTo(Entry(entry), key);
+  if (index_ != nullptr && !IsEmptyKey(key)) index_->Link(key, entry);
+}
+
 u16 LocationCache::Find(u16 type, u16 id) const {
-  const u32 wanted = KeyValue(type, id);
+  const u32 key = KeyValue(type, id);
+  if (index_ == nullptr || IsEmptyKey(key)) return LookThrough(key);
+  return index_->Find(key, [this](u16 entry) { return KeyAt(entry); });
+}
+
+u16 LocationCache::LookThrough(u32 key) const {
   const u16 head = LoadFrom<u16>(base_ + kHeadOffset);
   const auto find_down = [&](u16 from, u16 to) -> u16 {
     for (u16 i = from; i-- > to;)
-      if (LoadFrom<u32>(Entry(i)) == wanted) return i;
+      if (KeyAt(i) == key) return i;
     return kNoCacheEntry;
   };
   const u16 newer = find_down(head, 0);
@@ -59,16 +75,15 @@ void LocationCache::set_slot(u16 entry, FlashAddress slot) { StoreTo(Entry(entry
 
 void LocationCache::Insert(u16 type, u16 id, FlashAddress slot) {
   const u16 head = LoadFrom<u16>(base_ + kHeadOffset);
-  StoreTo(Entry(head), KeyValue(type, id));
+  SetKey(head, KeyValue(type, id));
   set_slot(head, slot);
   const u16 next = static_cast<u16>(head + 1);
   StoreTo(base_ + kHeadOffset, next == capacity() ? u16{0} : next);
 }
 
 void LocationCache::Forget(u16 type, u16 id) {
-  const u32 wanted = KeyValue(type, id);
-  for (u16 i = 0; i < capacity(); ++i)
-    if (LoadFrom<u32>(Entry(i)) == wanted) StoreTo(Entry(i), u16{0});
+  if (type == 0) return;
+  if (const u16 entry = Find(type, id); entry != kNoCacheEntry) SetKey(entry, KeyValue(0, id));
 }
 
 }  // namespace vok

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "store/read/index/acceleration.h"
 #include "store/volume/records.h"
 
 namespace vok {
 
-inline constexpr u16 kNoCacheEntry = 0xFFFF;
+inline constexpr u16 kNoCacheEntry = CacheIndex::kNone;
 
 /// The location cache: a ring of the header slots found or written last, inside the partition's arena. A miss means
 /// only that the flash must be scanned.
@@ -17,7 +18,8 @@ class LocationCache {
   static constexpr u32 kLeastSize = 24;
 
   /// A view of the partition's cache; false when it has none.
-  explicit LocationCache(const PartitionRecord& partition) : base_(partition.location_cache) {}
+  explicit LocationCache(const PartitionRecord& partition)
+      : base_(partition.location_cache), index_(CacheIndexOf(partition)) {}
   explicit operator bool() const { return base_ != nullptr; }
 
   /// Lays an empty cache over @p size bytes.
@@ -32,14 +34,17 @@ class LocationCache {
 
   /// Overwrites the oldest entry. The item must not be cached yet.
   void Insert(u16 type, u16 id, FlashAddress slot);
-  /// Empties every entry of an item, in one pass: an emptied entry still matches an item of type 0, which only damage
-  /// makes.
+  /// Empties the entry of an item. It still matches an item of type 0, which only damage makes and which has no other.
   void Forget(u16 type, u16 id);
 
  private:
   u8* Entry(u16 index) const;
+  u32 KeyAt(u16 entry) const;
+  void SetKey(u16 entry, u32 key);
+  u16 LookThrough(u32 key) const;
 
   u8* base_;
+  CacheIndex* index_;  ///< of the entries that are not empty; may be missing
 };
 
 }  // namespace vok

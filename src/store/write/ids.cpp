@@ -3,6 +3,7 @@
 #include "flash/codes.h"
 #include "flash/hooks.h"
 #include "store/read/directory.h"
+#include "store/read/index/acceleration.h"
 #include "store/read/value_set.h"
 #include "vok/store.h"
 
@@ -10,6 +11,9 @@ namespace vok {
 
 u16 MakeItemId(const PartitionRecord& partition, u16 type) {
   if (const u16 id = DirFirstFreeId(partition, type); id != kAnyId) return id;
+  // Hooks of the program's own may refuse the memory of a value set, and then there is no ID.
+  if (OwnHooks() == nullptr)
+    if (ItemIndex* const index = IndexOf(partition)) return index->FirstFreeId(type);
   ValueSetChunk* set = nullptr;
   if (BuildValueSet(partition, type, set) != code::kOk) return kAnyId;
   const u16 id = ValueSetFirstFree(*set);

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <array>
+
+#include "store/read/index/cache_index.h"
 #include "store/read/index/item_index.h"
 
 /// The acceleration: what the store keeps in RAM to be fast, and nothing else. Without it (VOK_ACCELERATION off, or no
@@ -7,8 +10,35 @@
 
 namespace vok {
 
+namespace detail {
+
+/// Plain pointers: workers that end with the program may still change the image after other static objects are gone.
+struct Acceleration {
+  ItemIndex* items = nullptr;
+  CacheIndex* cache = nullptr;
+};
+inline constinit std::array<Acceleration, 256> accelerations{};  ///< by partition number
+
+ItemIndex* MakeIndex(const PartitionRecord& partition);
+
+}  // namespace detail
+
+inline constexpr bool kAccelerationIsOn = VOK_ACCELERATION != 0;
+
 /// The item index of a partition in step with its bytes, from its mount on; null when a walk must answer.
-ItemIndex* IndexOf(const PartitionRecord& partition);
+inline ItemIndex* IndexOf(const PartitionRecord& partition) {
+  if (!kAccelerationIsOn || !IsMounted(partition) || ImageIsLent()) return nullptr;
+  ItemIndex* index = detail::accelerations[NumberOf(partition)].items;
+  if (index == nullptr) index = detail::MakeIndex(partition);
+  return index != nullptr && index->Refresh() ? index : nullptr;
+}
+
+/// Makes the index of a location cache that was just laid out, empty.
+void MakeCacheIndex(const PartitionRecord& partition, u16 capacity);
+/// Null when the cache must be looked through.
+inline CacheIndex* CacheIndexOf(const PartitionRecord& partition) {
+  return detail::accelerations[NumberOf(partition)].cache;
+}
 
 /// At the end of the store.
 void DropAcceleration();
