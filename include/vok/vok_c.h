@@ -38,6 +38,8 @@ extern "C" {
 /** A type's lowest free ID, for vok_write() and vok_rename(). */
 #define VOK_NEW_ID 65535
 
+/* NOLINTBEGIN(modernize-use-using): C has no other word for it. */
+
 /** One item, without its bytes. */
 typedef struct vok_item {
   char section[8];    /**< tag of its section, ended by a zero */
@@ -78,6 +80,8 @@ typedef struct vok_report {
   uint32_t item_count;  /**< items in service afterwards */
   uint32_t lost_count;  /**< items with a current copy in the bytes that are not in service afterwards */
 } vok_report;
+
+/* NOLINTEND(modernize-use-using) */
 
 /** @return the library's version, "major.minor.patch"; never freed */
 VOK_C_API const char* vok_version(void);

@@ -16,7 +16,11 @@ mkdir -p "$work"
 cp "$here"/package.json "$here"/.npmrc "$here"/*.mjs "$work"
 if ! cmp -s "$here/package-lock.json" "$work/installed-lock.json"; then
   cp "$here/package-lock.json" "$work"
-  (cd "$work" && PLAYWRIGHT_SKIP_BROWSER_DOWNLOAD=1 npm ci --prefer-offline --silent)
+  (cd "$work" && PLAYWRIGHT_SKIP_BROWSER_DOWNLOAD=1 npm ci --prefer-offline --no-progress >npm.log 2>&1) || {
+    cat "$work/npm.log" >&2
+    echo "run.sh: npm ci could not install the modules of package-lock.json" >&2
+    exit 1
+  }
   cp "$here/package-lock.json" "$work/installed-lock.json"
 fi
 exec timeout 55 node "$work/map_page_test.mjs" "$vok" "$samples"

@@ -1,0 +1,25 @@
+# shellcheck shell=bash
+# What takes as long as it is given.
+
+sweep() {
+  build release -DVOK_BUILD_TESTS=ON
+  if [ -n "${1:-}" ]; then
+    build/release/vok_sweep --seconds "$1"
+  else
+    build/release/vok_sweep --markdown docs/reliability.md
+  fi
+}
+
+fuzz() {
+  need clang libclang-rt-14-dev
+  CC=clang CXX=clang++ quietly cmake --preset sanitize -B build/fuzz -DVOK_BUILD_FUZZ=ON -DVOK_BUILD_TESTS=OFF -DVOK_BUILD_TOOLS=OFF
+  cmake --build build/fuzz -j "$jobs"
+  mkdir -p build/fuzz/corpus
+  build/fuzz/vok_fuzz_mount -max_total_time="${1:-60}" -timeout=10 -rss_limit_mb=2048 build/fuzz/corpus
+}
+
+bench() {
+  need libbenchmark-dev
+  build release -DVOK_BUILD_BENCH=ON
+  build/release/vok_bench --markdown docs/performance.md
+}

@@ -1,0 +1,32 @@
+# shellcheck shell=bash
+# Packages, and who uses them.
+
+test_shipping() {
+  for way in installed package sources; do
+    echo "consumer: $way"
+    tests/consumer/check_consumer.sh "$way" build/release samples
+  done
+}
+
+# The same release build, with the folders of each kind of package.
+make_packages() {
+  local out=$PWD/build/packages
+  build release
+  quietly cpack -G TGZ --config build/release/CPackConfig.cmake -B "$out"
+  quietly cmake --preset release -DCMAKE_INSTALL_PREFIX=/usr
+  quietly cpack -G DEB --config build/release/CPackConfig.cmake -B "$out"
+  quietly cmake --preset release -UCMAKE_INSTALL_PREFIX
+  lintian --fail-on error,warning "$out"/*.deb
+  build windows
+  quietly cpack --config build/windows/CPackConfig.cmake -B "$out"
+  rm -rf "$out/_CPack_Packages"
+  ls -l "$out"
+}
+
+test_windows() {
+  need_windows
+  need wine64
+  build release
+  build windows
+  tests/windows/check_windows.sh build/release build/windows samples
+}
