@@ -89,8 +89,7 @@ TEST_F(ExplainTest, FieldsOfThePsdt) {
 TEST_F(ExplainTest, AddressesOutsideTheImageAreRefused) {
   for (const std::string address : {"0", "0xDFFF", "0x1FFFF", "0xC0000", "0x2000000", "0xFFFFFFFFFFFFFFFF"})
     ExpectFailure("explain " + address + ' ' + image_.Pair(),
-                  "lies outside the image, which holds 0xE000 to 0xEFFF and 0x20000 to 0xBFFFF",
-                  "117: Invalid Pointer");
+                  "lies outside the image, which holds 0xE000 to 0xEFFF and 0x20000 to 0xBFFFF");
   const json told = RunJson("explain --json 0 " + Dump(image_));
   EXPECT_EQ(told.at("place"), "outside sections");
 }

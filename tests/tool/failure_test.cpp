@@ -34,15 +34,18 @@ TEST_F(FailureTest, FileTooShortOrTooLong) {
   Bytes psdt = Read(image_.psdt);
   psdt.resize(300);
   Write("short.bin", psdt);
-  ExpectFailure("info --psdt short.bin --codeplug " + image_.codeplug, "too short for its records");
+  ExpectFailure("info --psdt short.bin --codeplug " + image_.codeplug, "too short for its records",
+                "115: Invalid Parameter");
   Write("long.bin", Bytes(kFlashSize + 1, 0xFF));
   ExpectFailure("info --image long.bin", "long.bin is longer than the flash image");
 }
 
 TEST_F(FailureTest, PsdtWithoutMagic) {
   Overwrite(image_.psdt, 0, {'P', 'H', 'D', 'X'});
-  ExpectFailure("info " + image_.Pair(), "PSDT v1-psdt.bin at 0xE000 does not begin with the magic PHDR");
-  ExpectFailure("check " + Dump(image_), "PSDT dump.bin at 0xE000 does not begin with the magic");
+  ExpectFailure("info " + image_.Pair(), "PSDT v1-psdt.bin at 0xE000 does not begin with the magic PHDR",
+                "115: Invalid Parameter");
+  ExpectFailure("check " + Dump(image_), "PSDT dump.bin at 0xE000 does not begin with the magic",
+                "115: Invalid Parameter");
 }
 
 TEST_F(FailureTest, AddressOutsideTheImage) {
@@ -53,15 +56,15 @@ TEST_F(FailureTest, AddressOutsideTheImage) {
 }
 
 TEST_F(FailureTest, UnknownSection) {
-  ExpectFailure("list NONE " + image_.Pair(), "section NONE is not in the PSDT", "116: Invalid Partition");
+  ExpectFailure("list NONE " + image_.Pair(), "section NONE is not in the PSDT");
   Overwrite(image_.psdt, 288 + 36, {0, 9});
-  ExpectFailure("list XTRA " + image_.Pair(), "section XTRA is passed over", "116: Invalid Partition");
+  ExpectFailure("list XTRA " + image_.Pair(), "section XTRA is passed over");
 }
 
 TEST_F(FailureTest, ItemThatDoesNotExist) {
   ExpectFailure("read 0x2 0xFDE8 " + image_.Pair(), "item type 2 ID 65000", "119: Item not found");
   ExpectFailure("read 2 65535 " + image_.Pair(), "item type 2 ID 65535", "112: Invalid ID");
-  ExpectFailure("read 0 1 " + image_.Pair(), "type 0");
+  ExpectFailure("read 0 1 " + image_.Pair(), "type 0", "115: Invalid Parameter");
   ExpectFailure("read 40000 1 " + image_.Pair(), "type 40000", "116: Invalid Partition");
 }
 
@@ -76,15 +79,13 @@ TEST_F(FailureTest, ItemWithADamagedRecord) {
 
 TEST_F(FailureTest, NothingToStartTheStoreWith) {
   Write("erased.bin", Bytes(0xA0000, 0xFF));
-  ExpectFailure("list --psdt v1-psdt.bin --codeplug erased.bin", "no block of erased.bin carries a store version",
-                "125: Partition Needs Create");
+  ExpectFailure("list --psdt v1-psdt.bin --codeplug erased.bin", "no block of erased.bin carries a store version");
   Overwrite(image_.psdt, 288 + 68, {0, 1});
-  ExpectFailure("list " + image_.Pair(), "cannot be set up");
+  ExpectFailure("list " + image_.Pair(), "cannot be set up", "115: Invalid Parameter");
 }
 
 TEST_F(FailureTest, AnAnswerThatIsNotWritten) {
-  ExpectFailure("list " + image_.Pair() + " >/dev/full; }", "cannot write to standard output", "115: Invalid Parameter",
-                "{");
+  ExpectFailure("list " + image_.Pair() + " >/dev/full; }", "cannot write to standard output", "", "{");
 }
 
 TEST_F(FailureTest, WrongCommandLine) {

@@ -66,14 +66,14 @@ TEST_F(HistoryTest, RefusesWhatIsNotThere) {
   const Bytes codeplug = Read(image_.codeplug);
   const SlotPlace place = SlotFromEnd(codeplug, 1);
   const std::string item = ItemAt(codeplug, place);
-  ExpectFailure("history 1 60000 " + image_.Pair(), "no copy of item type 1 ID 60000", "119: Item not found");
-  ExpectFailure("history 500 1 " + image_.Pair(), "no section serves the type", "116: Invalid Partition");
-  ExpectFailure("history " + item + " --copy 99 -o old.bin " + image_.Pair(), "has no copy 99", "119: Item not found");
+  ExpectFailure("history 1 60000 " + image_.Pair(), "no copy of item type 1 ID 60000");
+  ExpectFailure("history 500 1 " + image_.Pair(), "no section serves the type");
+  ExpectFailure("history " + item + " --copy 99 -o old.bin " + image_.Pair(), "has no copy 99");
   EXPECT_EQ(Run("history " + item + " -o old.bin " + image_.Pair()).status, 2);
 
   // A length that leads out of the block.
   Overwrite(image_.codeplug, place.payload + place.length + (4 - (place.length + 2) % 4) % 4, {0xFF, 0xF0});
-  ExpectFailure("history " + item + " --copy 0 -o old.bin " + image_.Pair(), "is damaged", "108: Internal Error");
+  ExpectFailure("history " + item + " --copy 0 -o old.bin " + image_.Pair(), "is damaged");
 }
 
 }  // namespace

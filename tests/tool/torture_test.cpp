@@ -41,8 +41,8 @@ TEST_F(TortureTest, ARewriteInPlaceEndsOldOrNewOrAsItsRuleSays) {
 
 TEST_F(TortureTest, RefusesWhatCannotBeTried) {
   const std::string pair = image_.Pair();
-  ExpectFailure("torture --item 1 60000 " + pair, "no item type 1 ID 60000", "119: Item not found");
-  ExpectFailure("torture --section NONE " + pair, "section NONE is not in the PSDT", "116: Invalid Partition");
+  ExpectFailure("torture --item 1 60000 " + pair, "no item type 1 ID 60000");
+  ExpectFailure("torture --section NONE " + pair, "section NONE is not in the PSDT");
   EXPECT_EQ(Run("torture --operation melt " + pair).status, 2);
   EXPECT_EQ(Run("torture dump.bin " + pair).status, 2) << "two images";
 }

@@ -74,8 +74,8 @@ TEST_F(UnpackTest, NeverReplacesWhatItDidNotMake) {
 TEST_F(UnpackTest, LeavesNothingWhenTheDiskIsFull) {
   RunWell("unpack old " + image_.Pair());
   const std::string no_room = "trap '' XFSZ; ulimit -f 1;";
-  ExpectFailure("unpack new " + image_.Pair(), "cannot write", "115: Invalid Parameter", no_room);
-  ExpectFailure("unpack --force old " + image_.Pair(), "cannot write", "115: Invalid Parameter", no_room);
+  ExpectFailure("unpack new " + image_.Pair(), "cannot write", "", no_room);
+  ExpectFailure("unpack --force old " + image_.Pair(), "cannot write", "", no_room);
   EXPECT_EQ(UnpackedItems("old"), ExpectedItems(Text(Read(image_.json))));
 }
 

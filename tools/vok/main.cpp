@@ -11,7 +11,7 @@ namespace {
 using vok::tool::Failure;
 using vok::tool::FailureLine;
 
-int Tell(const std::string& what, vok::u16 code) {
+int Tell(const std::string& what, vok::u16 code = vok::code::kOk) {
   std::fputs(FailureLine(what, code).c_str(), stderr);
   return vok::tool::kFailed;
 }
@@ -19,7 +19,7 @@ int Tell(const std::string& what, vok::u16 code) {
 /// A job whose answer did not reach its reader is not done.
 int FlushOutput(int status) {
   const bool written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
-  return written ? status : Tell("cannot write to standard output", vok::code::kInvalidParameter);
+  return written ? status : Tell("cannot write to standard output");
 }
 
 int Run(const vok::tool::Invocation& invocation) {
@@ -29,9 +29,9 @@ int Run(const vok::tool::Invocation& invocation) {
   } catch (const Failure& failure) {
     return Tell(failure.what(), failure.code());
   } catch (const std::bad_alloc&) {
-    return Tell("out of memory", vok::code::kOutOfRam);
+    return Tell("out of memory");
   } catch (const std::exception& error) {
-    return Tell(error.what(), vok::code::kInternalError);
+    return Tell(error.what());
   }
 }
 

@@ -28,7 +28,7 @@ struct CloseFile {
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
 [[noreturn]] void ThrowSystemError(const char* doing, const std::string& path, int error) {
-  throw Failure(fmt::format("cannot {} {}: {}", doing, path, std::strerror(error)), code::kInvalidParameter);
+  throw Failure(fmt::format("cannot {} {}: {}", doing, path, std::strerror(error)));
 }
 
 /// Exclusive creation: what lies there already is never written into. Failures name @p shown.
@@ -83,8 +83,7 @@ Bytes ReadToEnd(std::FILE* file, const std::string& path, std::uintmax_t expecte
     size += std::fread(bytes.data() + size, 1, bytes.size() - size, file);
     if (size < bytes.size()) break;
     if (size > kFlashSize)
-      throw Failure(fmt::format("{} is longer than the flash image of {} bytes", path, kFlashSize),
-                    code::kInvalidParameter);
+      throw Failure(fmt::format("{} is longer than the flash image of {} bytes", path, kFlashSize));
     bytes.resize(size + kReadChunk);
   }
   if (std::ferror(file) != 0) ThrowSystemError("read", path, errno);

@@ -41,7 +41,7 @@ JsonValue JsonValue::Parse(const std::string& text, const std::string& document)
   try {
     return {std::make_shared<const Json>(Json::parse(text)), document, ""};
   } catch (const Json::parse_error& error) {
-    throw Failure(fmt::format("{}: {}", document, ParseProblem(error)), code::kInvalidParameter);
+    throw Failure(fmt::format("{}: {}", document, ParseProblem(error)));
   }
 }
 
@@ -94,8 +94,6 @@ bool JsonValue::Flag() const {
 
 std::string JsonValue::Where() const { return fmt::format("{}: {}", document_, path_.empty() ? "/" : path_); }
 
-void JsonValue::Refuse(const std::string& why) const {
-  throw Failure(fmt::format("{}: {}", Where(), why), code::kInvalidParameter);
-}
+void JsonValue::Refuse(const std::string& why) const { throw Failure(fmt::format("{}: {}", Where(), why)); }
 
 }  // namespace vok::tool

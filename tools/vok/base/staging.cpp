@@ -14,7 +14,7 @@ namespace {
 constexpr const char* kMarkOfUnpack = "manifest.json";
 
 [[noreturn]] void Refuse(const std::string& directory, const std::string& why) {
-  throw Failure(fmt::format("cannot make {}: {}", directory, why), code::kInvalidParameter);
+  throw Failure(fmt::format("cannot make {}: {}", directory, why));
 }
 
 /// The directory's own path, without links and trailing slashes, so that a path beside it lies on the same disk.

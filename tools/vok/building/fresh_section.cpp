@@ -36,10 +36,10 @@ void SetUpForFilling() {
 
 void RequireApart(const Section& section, const SectionList& sections, const ImageBytes& psdt) {
   if (section.entry.start < psdt.end() && psdt.address < section.end())
-    throw Failure(fmt::format("section {} lies over the PSDT", section.name), code::kInvalidParameter);
+    throw Failure(fmt::format("section {} lies over the PSDT", section.name));
   for (const Section& other : sections.accepted)
     if (other.record != section.record && Overlap(section, other))
-      throw Failure(fmt::format("sections {} and {} overlap", section.name, other.name), code::kInvalidParameter);
+      throw Failure(fmt::format("sections {} and {} overlap", section.name, other.name));
 }
 
 }  // namespace vok::tool

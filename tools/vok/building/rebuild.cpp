@@ -53,8 +53,7 @@ void RequireClean(const Section& section) {
   if (const u16 code = MountForChecking(section))
     throw Failure(fmt::format("section {} does not pass a check after it was rebuilt", section.name), code);
   if (!InspectSection(section).empty())
-    throw Failure(fmt::format("something is unfinished in section {} after it was rebuilt", section.name),
-                  code::kInternalError);
+    throw Failure(fmt::format("something is unfinished in section {} after it was rebuilt", section.name));
 }
 
 }  // namespace

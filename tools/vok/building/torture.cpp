@@ -29,17 +29,16 @@ const Section& ChooseSection(const TortureWish& wish, const SectionList& section
   if (wish.item) return SectionOfType(sections, wish.item->type, "no item to change");
   for (const Section& section : sections.accepted)
     if (section.IsMounted() && !section.IsReadOnly()) return section;
-  throw Failure("no read-write section is mounted", code::kInvalidPartition);
+  throw Failure("no read-write section is mounted");
 }
 
 void RequireFit(const Section& section) {
   RequireMounted(section);
   const std::string what = fmt::format("section {} cannot be tried: ", section.name);
-  if (section.IsReadOnly()) throw Failure(what + "it is read-only", code::kReadOnly);
+  if (section.IsReadOnly()) throw Failure(what + "it is read-only");
   if (section.entry.block_size != CurrentLayout().erase_size)
-    throw Failure(what + "its blocks are not of the erase size", code::kInvalidParameter);
-  if (section.end() - section.entry.start > kLargestSection)
-    throw Failure(what + "it is too large", code::kInvalidParameter);
+    throw Failure(what + "its blocks are not of the erase size");
+  if (section.end() - section.entry.start > kLargestSection) throw Failure(what + "it is too large");
 }
 
 /// A name that no item has, other than @p taken.
@@ -57,10 +56,9 @@ sweep::ItemName ChooseItem(const TortureWish& wish, const sweep::Items& items) {
     const sweep::ItemName name = {wish.item->type, wish.item->id};
     const auto found = items.find(name);
     const std::string what = fmt::format("item type {} ID {}", name.type, name.id);
-    if (found == items.end()) throw Failure("no " + what, code::kItemNotFound);
+    if (found == items.end()) throw Failure("no " + what);
     if (found->second.size() < sweep::kShortestChanged)
-      throw Failure(fmt::format("{} is too short: {} bytes or more are needed", what, sweep::kShortestChanged),
-                    code::kInvalidParameter);
+      throw Failure(fmt::format("{} is too short: {} bytes or more are needed", what, sweep::kShortestChanged));
     return name;
   }
   const sweep::Items::value_type* shortest = nullptr;
@@ -115,7 +113,7 @@ void RequireSound(sweep::Rig& rig, const sweep::Scenario& scenario, const std::s
   sweep::Sweep sweep(rig, {}, [](const std::string&) {});
   std::string last;
   if (sweep.RunOne(scenario, {{0, 0}}, [&](const std::string& line) { last = line; }) != 0)
-    throw Failure(fmt::format("section {} is not sound before any cut: {}", section, last), code::kNeedsRepair);
+    throw Failure(fmt::format("section {} is not sound before any cut: {}", section, last));
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ std::size_t CountItems(const Section& section, const NumberRange& types, const N
 
 void RequireConsent(const Options& options, std::size_t count, const std::string& what) {
   if (count == 0 || options.yes || Confirm(fmt::format("Delete {} items ({})?", count, what))) return;
-  throw Failure("nothing deleted: not confirmed", code::kInvalidParameter);
+  throw Failure("nothing deleted: not confirmed");
 }
 
 void RequireDeleted(u16 code, const std::string& what, const Section& section) {

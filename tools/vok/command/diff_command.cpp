@@ -57,7 +57,7 @@ int PrintDifferences(const Options& options) {
   return differences.empty() ? kDone : kFailed;
 }
 
-int Trouble(const std::string& what, u16 code) {
+int Trouble(const std::string& what, u16 code = code::kOk) {
   std::fputs(FailureLine(what, code).c_str(), stderr);
   return kTrouble;
 }
@@ -78,7 +78,7 @@ int RunDiff(const Options& options) {
   } catch (const Failure& failure) {
     return Trouble(failure.what(), failure.code());
   } catch (const std::exception& error) {
-    return Trouble(error.what(), code::kInternalError);
+    return Trouble(error.what());
   }
 }
 

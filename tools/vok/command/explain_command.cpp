@@ -53,8 +53,7 @@ Explanation Explain(const LoadedImage& image, u64 address, bool is_dump) {
   const Range contents = ContentsOf(image, is_dump);
   if (address < contents.start || address >= contents.end)
     throw Failure(fmt::format("address {} lies outside the image, which holds {} and {}", HexAddress(address),
-                              AddressRange(psdt.address, psdt.end()), AddressRange(contents.start, contents.end)),
-                  code::kInvalidPointer);
+                              AddressRange(psdt.address, psdt.end()), AddressRange(contents.start, contents.end)));
   explanation.byte = *VirtualMemoryAddress(address);
   if (const Section* section = SectionAt(image.sections().accepted, address)) {
     RequireSetUp(image.sections());

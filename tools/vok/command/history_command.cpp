@@ -18,11 +18,11 @@ namespace {
 /// The sections that serve a type: one, unless the PSDT gives it to several.
 ImageView ViewSectionsOfType(const LoadedImage& image, u16 type, const std::string& what) {
   RequireSetUp(image.sections());
-  if (!IsItemType(type)) throw Failure(what + ": types are 1 to 65533", code::kInvalidParameter);
+  if (!IsItemType(type)) throw Failure(what + ": types are 1 to 65533");
   ImageView view{.version = image.version(), .sections = {}};
   for (const Section& section : image.sections().accepted)
     if (Serves(section, type)) view.sections.push_back(ViewSection(section));
-  if (view.sections.empty()) throw Failure(what + ": no section serves the type", code::kInvalidPartition);
+  if (view.sections.empty()) throw Failure(what + ": no section serves the type");
   return view;
 }
 
@@ -52,8 +52,7 @@ void PrintCopies(const std::vector<ItemCopy>& copies) {
 
 int DeliverCopy(const Options& options, const std::vector<ItemCopy>& copies, const std::string& what) {
   if (*options.copy >= copies.size())
-    throw Failure(fmt::format("{} has no copy {}: the highest is {}", what, *options.copy, copies.size() - 1),
-                  code::kItemNotFound);
+    throw Failure(fmt::format("{} has no copy {}: the highest is {}", what, *options.copy, copies.size() - 1));
   const Bytes bytes = copies[*options.copy].Payload();
   if (options.output.empty()) {
     Print(HexDump(bytes));
@@ -80,7 +79,7 @@ int RunHistory(const Options& options) {
   const std::string what = fmt::format("item type {} ID {}", options.type, options.id);
   const ImageView view = ViewSectionsOfType(image, options.type, "no " + what);
   const std::vector<ItemCopy> copies = FindCopies(view, options.type, options.id);
-  if (copies.empty()) throw Failure("no copy of " + what + " lies in the flash", code::kItemNotFound);
+  if (copies.empty()) throw Failure("no copy of " + what + " lies in the flash");
   if (options.copy) return DeliverCopy(options, copies, what);
   if (options.json) {
     Print(HistoryJson(options.type, options.id, copies));

@@ -19,7 +19,7 @@ void TakeNew(Arguments& arguments, Options& options) {
 int RunNew(const Options& options) {
   std::vector<std::string> problems;
   const Description description = ReadDescription(options.input, problems);
-  for (const std::string& problem : problems) std::fputs(FailureLine(problem, code::kInvalidParameter).c_str(), stderr);
+  for (const std::string& problem : problems) std::fputs(FailureLine(problem).c_str(), stderr);
   if (!problems.empty()) return kFailed;
 
   const ImageBytes psdt = PsdtOf(description);

@@ -26,8 +26,7 @@ int RunSample(const Options& options) {
 
   std::error_code error;
   std::filesystem::create_directories(options.directory, error);
-  if (error)
-    throw Failure(fmt::format("cannot make {}: {}", options.directory, error.message()), code::kInvalidParameter);
+  if (error) throw Failure(fmt::format("cannot make {}: {}", options.directory, error.message()));
   ReplaceFile(options.directory + '/' + kPsdtFileName, psdt.bytes);
   ReplaceFile(options.directory + "/codeplug.bin", image.Range(image.start(), image.end()));
   return kDone;

@@ -77,8 +77,7 @@ void RequireTried(const std::vector<TortureResult>& results, const std::string& 
   for (const TortureResult& result : results)
     if (result.not_tried.empty()) return;
   throw Failure(fmt::format("{} cannot be tried in section {}: {}", results.front().operation->name, section,
-                            results.front().not_tried),
-                code::kInvalidParameter);
+                            results.front().not_tried));
 }
 
 }  // namespace

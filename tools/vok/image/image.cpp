@@ -44,8 +44,7 @@ void LoadedImage::LoadDump(const ImageArguments& arguments) {
            .address = arguments.psdt_address.value_or(ImageArguments::kDefaultPsdtAddress)};
   if (!InFlash(psdt_.address, kPsdtLengthInDump) || !contents_.Covers(psdt_.address, psdt_.address + kPsdtLengthInDump))
     throw Failure(fmt::format("dump {} ends at {}: no PSDT at {}", contents_.path, HexAddress(contents_.end()),
-                              HexAddress(psdt_.address)),
-                  code::kInvalidParameter);
+                              HexAddress(psdt_.address)));
   const auto first = contents_.bytes.begin() + static_cast<std::ptrdiff_t>(psdt_.address);
   psdt_.bytes.assign(first, first + kPsdtLengthInDump);
   LoadPsdt(worker_, psdt_);
@@ -84,8 +83,7 @@ void LoadedImage::SettleVersion(u16 wanted) {
   version_ = wanted != 0 ? wanted : MostFrequent(count);
   Say(fmt::format("blocks with store version 1: {}, 2: {}, 3: {}; using {}", count[1], count[2], count[3], version_));
   if (version_ == 0)
-    throw Failure(fmt::format("no block of {} carries a store version (--store-version names one)", contents_.path),
-                  code::kNeedsCreate);
+    throw Failure(fmt::format("no block of {} carries a store version (--store-version names one)", contents_.path));
   worker_.SetBlockVOKVersion(static_cast<u32>(contents_.address), version_);
 }
 
@@ -103,8 +101,7 @@ void LoadedImage::RequireWholeSections() const {
     if (contents_.Covers(section.entry.start, section.end())) continue;
     throw Failure(fmt::format("{} holds {} to {}, not the whole of section {} ({} to {})", contents_.path,
                               HexAddress(contents_.address), HexAddress(contents_.end()), section.name,
-                              HexAddress(section.entry.start), HexAddress(section.end())),
-                  code::kInvalidParameter);
+                              HexAddress(section.entry.start), HexAddress(section.end())));
   }
 }
 

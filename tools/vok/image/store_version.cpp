@@ -65,8 +65,7 @@ void PlaceCodeplug(ImageBytes& codeplug, u16 version) {
     most_blocks = blocks;
   }
   if (!best)
-    throw Failure(fmt::format("codeplug {} has no place: start-up accepts no section of the PSDT", codeplug.path),
-                  code::kInvalidPartition);
+    throw Failure(fmt::format("codeplug {} has no place: start-up accepts no section of the PSDT", codeplug.path));
   codeplug.address = *best;
 }
 

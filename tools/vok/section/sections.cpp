@@ -91,7 +91,7 @@ const Section& FindSection(const SectionList& sections, const std::string& name)
   const std::string why = passed == sections.passed_over.end()
                               ? "is not in the PSDT"
                               : "is passed over by the start-up: " + ReasonOf(passed->verdict);
-  throw Failure(fmt::format("section {} {}", name, why), code::kInvalidPartition);
+  throw Failure(fmt::format("section {} {}", name, why));
 }
 
 bool Serves(const Section& section, u16 type) {

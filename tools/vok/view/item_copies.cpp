@@ -14,8 +14,7 @@ bool ItemCopy::IsCurrent() const { return IsValid(slot->header.word) && block->I
 Bytes ItemCopy::Payload() const {
   if (!slot->IsSound())
     throw Failure(fmt::format("the record of slot {} in {} block {} is damaged or was never written", slot->number,
-                              section->section->name, block->index),
-                  code::kInternalError);
+                              section->section->name, block->index));
   Bytes bytes(slot->record.length);
   CopyFromFlash(bytes.data(), slot->record.payload(), slot->record.length);
   return bytes;
