@@ -30,3 +30,12 @@ test_windows() {
   build windows
   tests/windows/check_windows.sh build/release build/windows samples
 }
+
+# The reference of the public headers. An entity without a comment is an error.
+make_docs() {
+  quietly cmake --preset release
+  mkdir -p build/docs
+  VOK_VERSION=$(sed -n 's/^#define VOK_VERSION "\(.*\)"/\1/p' build/release/include/vok/version.h) \
+    quietly doxygen docs/Doxyfile
+  echo 'docs: build/docs/html/index.html'
+}

@@ -14,6 +14,11 @@
 /// 105 a program that the device did not confirm; the steps before it stay done, and a repair mount finishes or undoes
 /// them.
 ///
+/// **Arguments that recur**: `partition` is the number of a partition, from 0, by its place among the descriptors;
+/// `type` is 1 to 65533, `id` 0 to 65534; `data` and `length` are the caller's bytes and how many they are; `set` is
+/// null or a set that the caller made, and `cursor` goes with it (ListTypes(), ListItems()); `mode` of a write is 1 =
+/// journalled.
+///
 /// Out arguments keep their value on failure unless stated otherwise. Pointers that may be absent are null. Nothing
 /// here keeps a caller's pointer, except the directory arenas handed to SetUpPartitions().
 
@@ -43,16 +48,16 @@ struct ValueSetChunk {
 
 /// One item opened by OpenItems().
 struct OpenedItem {
-  std::uint16_t id;
+  std::uint16_t id;        ///< item ID
   std::uint16_t reserved;  ///< not written
   std::uint32_t length;    ///< payload bytes
-  std::uint32_t handle;
+  std::uint32_t handle;    ///< for ReadHandle() and CloseHandle()
 };
 static_assert(sizeof(OpenedItem) == 12);
 
 /// One item pointer given by GetItemPointers().
 struct ItemPointer {
-  std::uint16_t id;
+  std::uint16_t id;        ///< item ID
   std::uint16_t reserved;  ///< not written
   std::uint32_t length;    ///< payload bytes
   std::uint64_t address;   ///< flash address of the payload
@@ -73,10 +78,10 @@ struct BlockInfo {
 
 /// Room of a partition in bytes, the spare block of a reorganisation left out.
 struct PartitionSpace {
-  std::uint32_t free_now;
-  std::uint32_t free_after_reorganisation;
-  std::uint32_t largest_item_now;
-  std::uint32_t largest_item_after_reorganisation;
+  std::uint32_t free_now;                           ///< room for records and slots
+  std::uint32_t free_after_reorganisation;          ///< the same once no dead bytes are left
+  std::uint32_t largest_item_now;                   ///< largest payload that fits into one block
+  std::uint32_t largest_item_after_reorganisation;  ///< the same once no dead bytes are left
 };
 
 /// The RAM picture of one erase block.
@@ -105,11 +110,11 @@ struct PartitionRecord {
   std::uint32_t arena_size;       ///< bytes
   std::uint32_t arena_used;       ///< bytes carved for type ranges and ID slot tables
   std::uint32_t locks[3];         ///< two partition locks and the directory lock
-  std::uint16_t lock_count;
-  std::uint16_t handle_count;
-  std::uint16_t hunts_in_use;  ///< one bit for each running search
-  std::uint16_t hunts_valid;   ///< one bit for each search that no reorganisation has disturbed
-  std::uint16_t block_count;
+  std::uint16_t lock_count;       ///< client locks
+  std::uint16_t handle_count;     ///< handles that may be open at once
+  std::uint16_t hunts_in_use;     ///< one bit for each running search
+  std::uint16_t hunts_valid;      ///< one bit for each search that no reorganisation has disturbed
+  std::uint16_t block_count;      ///< erase blocks
 };
 
 /// @name Start-up and life of the store

@@ -23,6 +23,7 @@
  * Nothing here keeps a pointer of the caller's, and no C++ exception leaves it.
  */
 
+/** Marks the functions that the library exports. */
 #if defined(_WIN32) && defined(VOK_C_BUILDING)
 #define VOK_C_API __declspec(dllexport)
 #elif defined(_WIN32)

@@ -23,8 +23,11 @@
 /// An error code of the store as an exception. Deliberately without a base class.
 class VOK_API VokError {
  public:
+  /// @param code  the error code, kept in Code
   VokError(int code);  // NOLINT(google-explicit-constructor): hosts throw and compare plain codes
+  /// Copies the code.
   VokError(const VokError& other);
+  /// Copies the code.
   VokError& operator=(const VokError& other);
   virtual ~VokError();
 
@@ -38,7 +41,7 @@ class VOK_API VokError {
 
 /// The first nine header words of the loaded PSDT: word 0 is the magic "PHDR", the low half of word 1 the record count.
 struct PSDT_HEADER_RECORD {
-  std::uint32_t Words[9];
+  std::uint32_t Words[9];  ///< in the order of the PSDT
 };
 
 /// One section of the flash as the PSDT describes it.
@@ -65,6 +68,7 @@ struct VOKITEM {
 class VOK_API VokWorker {
  public:
   VokWorker();
+  /// Copies nothing.
   VokWorker(const VokWorker& other);
   /// Ends the store (TerminateVOK()) for every VokWorker of the process; the flash image keeps its contents.
   virtual ~VokWorker();
