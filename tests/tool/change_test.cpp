@@ -21,7 +21,7 @@ class ChangeTest : public ToolTest {
     RunWell(kPair + " write " + type_and_id + " item");
   }
   Bytes ReadItem(const std::string& type_and_id) const {
-    RunWell(kPair + " read " + type_and_id + " -o got");
+    RunWell(kPair + " read " + type_and_id + " --force -o got");
     return Read("got");
   }
   json Block(std::size_t index) const {
@@ -55,7 +55,7 @@ TEST_F(ChangeTest, MakesRoomForTheMarkerInAnotherBlock) {
   const std::string description = R"({"version": 1, "sections": [
       {"tag": "CPGA", "kind": "read-write", "start": 131072, "block_count": 3, "partition": 0, "types": [[1, 99]]}]})";
   WriteText("d.json", description);
-  RunWell("new d.json --psdt-out p.bin -o c.bin");
+  RunWell("new d.json --psdt-out p.bin -o c.bin --force");
   WriteItem("5 0", 20000, 1);
   WriteItem("5 1", 46000, 2);
   WriteItem("5 2", Block(1)["largest_item"], 3);
@@ -110,11 +110,11 @@ TEST_F(ChangeTest, DeletesOneItemAndRanges) {
   for (const char* const name : {"5 0", "5 1", "5 2", "5 7", "6 0", "8 0", "100 0"}) WriteItem(name, 10, 1);
   EXPECT_EQ(RunWell(kPair + " delete 5 7"), "1 item deleted\n");
   ExpectFailure(kPair + " delete 5 7", "cannot delete item type 5 ID 7", "119: Item not found");
-  EXPECT_EQ(RunWell(kPair + " delete 5 1-100"), "2 items deleted\n");
-  ExpectFailure(kPair + " delete 5 1-100", "cannot delete item type 5 ID 1 to 100", "119: Item not found");
-  EXPECT_EQ(RunWell(kPair + " delete --types 6-150 --section CPGA -o other.bin"), "2 items deleted\n");
+  EXPECT_EQ(RunWell(kPair + " delete 5 1-100 --yes"), "2 items deleted\n");
+  ExpectFailure(kPair + " delete 5 1-100 --yes", "cannot delete item type 5 ID 1 to 100", "119: Item not found");
+  EXPECT_EQ(RunWell(kPair + " delete --types 6-150 --section CPGA -o other.bin --yes"), "2 items deleted\n");
   EXPECT_EQ(CountItems(), 4U);
-  EXPECT_EQ(RunJson(kPair + " delete --types 6-150 --json").at("deleted"), 3);
+  EXPECT_EQ(RunJson(kPair + " delete --types 6-150 --json --yes").at("deleted"), 3);
   EXPECT_EQ(ReadItem("5 0"), Bytes(10, 1));
   EXPECT_EQ(CountItems(), 1U);
   EXPECT_EQ(Run(kPair + " delete 5").status, 2);

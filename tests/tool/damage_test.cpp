@@ -60,7 +60,7 @@ class DamageTest : public ToolTest {
     ASSERT_TRUE(check.status == 0 || check.status == 1) << check.err;
     const json report = json::parse(check.out);
     ExpectFindingsToMatchMount(report);
-    ExpectEveryByteCountedOnce(RunJson("map --json --svg /dev/null --html page.html " + pair));
+    ExpectEveryByteCountedOnce(RunJson("map --json --svg /dev/null --html page.html --force " + pair));
     RunWell("explain " + std::to_string(kCodeplugAddress + seed * 16411 % 0xA0000) + ' ' + pair);
     const Answer before = Run("list --json " + pair);
     const Answer repair = Run("repair " + pair);

@@ -31,7 +31,7 @@ TEST_F(ListTest, ReadDeliversTheBytesThreeWays) {
     if (std::get<0>(key) != "PDAT" || std::get<1>(key) > 304) continue;
     const std::string read =
         "read " + std::to_string(std::get<1>(key)) + ' ' + std::to_string(std::get<2>(key)) + ' ' + image.Pair();
-    EXPECT_EQ(RunWell(read + " -o item"), "");
+    EXPECT_EQ(RunWell(read + " --force -o item"), "");
     const Bytes bytes = Read("item");
     EXPECT_EQ(Checksum(bytes), std::get<4>(key));
     EXPECT_EQ(RunWell(read + " -o -"), Text(bytes));

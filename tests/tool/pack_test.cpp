@@ -43,8 +43,8 @@ TEST_F(PackTest, UnpackedAgainGivesTheSameManifestAndFiles) {
   for (const TestImage& image : CopyAll()) {
     const std::string first = image.codeplug + ".1";
     RunWell(image.Pair() + " unpack " + first);
-    RunWell("pack " + first + " -o pair.bin");
-    RunWell("pack --dump -o dump.bin " + first);
+    RunWell("pack " + first + " --force -o pair.bin");
+    RunWell("pack --dump --force -o dump.bin " + first);
     EXPECT_EQ(Read("pair.bin").size(), Read(image.codeplug).size());
     const std::string pair = "--codeplug pair.bin --psdt " + image.psdt;
     RunWell(pair + " check");
@@ -132,13 +132,13 @@ TEST_F(PackTest, TellsTheFiguresWhenASectionIsFull) {
   AddItem(manifest, 0, 200, 2, 30000);
   WriteManifest(manifest);
   Write("out.bin", {1, 2, 3});
-  ExpectFailure("pack in -o out.bin", "section XTRA has no room for the item: 30010 bytes needed, 25492 free",
+  ExpectFailure("pack in --force -o out.bin", "section XTRA has no room for the item: 30010 bytes needed, 25492 free",
                 "130: Partition Full");
   EXPECT_EQ(Read("out.bin"), Bytes({1, 2, 3}));
   AddItem(manifest, 1, 1, 1, 65495);
   manifest["sections"][0]["items"] = json::array();
   WriteManifest(manifest);
-  ExpectFailure("pack in -o out.bin", "65495 bytes are more than the 65494");
+  ExpectFailure("pack in --force -o out.bin", "65495 bytes are more than the 65494");
 }
 
 /// The manifest's order, which is that of the sizes, does not fit these into the three blocks that a section of four

@@ -19,7 +19,7 @@ class RebuildTest : public ToolTest {
   /// Rebuilds into rebuilt.bin, which must be clean, and gives the report.
   json Rebuild(const std::string& codeplug, const std::string& section = "") const {
     const std::string pair = "--psdt " + psdt_ + " --codeplug ";
-    const json report = RunJson("repair --rebuild --json -o rebuilt.bin " + section + ' ' + pair + codeplug);
+    const json report = RunJson("repair --rebuild --json --force -o rebuilt.bin " + section + ' ' + pair + codeplug);
     EXPECT_EQ(Run("check " + pair + "rebuilt.bin").status, 0);
     return report.at("sections");
   }
@@ -120,7 +120,7 @@ class RebuildChoiceTest : public RebuildTest {
   }
 
   void ExpectSameAsRepair() const {
-    RunWell("repair -o repaired.bin --psdt v1-psdt.bin --codeplug v1-clean.bin");
+    RunWell("repair --force -o repaired.bin --psdt v1-psdt.bin --codeplug v1-clean.bin");
     ExpectSameItems("repaired.bin", "rebuilt.bin");
   }
 };

@@ -1,17 +1,14 @@
 #include "base/files.h"
 
-#include <fcntl.h>
 #include <fmt/core.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
-#include <memory>
-#include <random>
+#include <deque>
+#include <map>
 
 #include "base/failure.h"
+#include "base/temporary.h"
 #include "flash/image.h"
 
 namespace vok::tool {
@@ -20,51 +17,49 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t kReadChunk = 0x40000;
+using platform::File;
 
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
-[[noreturn]] void ThrowSystemError(const char* doing, const std::string& path, int error) {
-  throw Failure(fmt::format("cannot {} {}: {}", doing, path, std::strerror(error)));
+/// The files that this program has read, as they were then.
+std::map<platform::FileId, platform::FileStamp>& Inputs() {
+  static std::map<platform::FileId, platform::FileStamp> inputs;
+  return inputs;
 }
 
-/// Exclusive creation: what lies there already is never written into. Failures name @p shown.
-File CreateFile(const fs::path& path, const std::string& shown) {
-  constexpr mode_t kEverybody = 0666;
-  const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kEverybody);
-  if (descriptor < 0) ThrowSystemError("write", shown, errno);
-  File file(::fdopen(descriptor, "wb"));
-  if (file == nullptr) {
-    ::close(descriptor);
-    ThrowSystemError("write", shown, ENOMEM);
+[[noreturn]] void Refuse(const std::string& path, const std::string& why) {
+  throw Failure(fmt::format("cannot write {}: {}", path, why));
+}
+
+/// @param expected  how many bytes are likely to come
+/// @param read      fills a part of what it is given; nothing = the end
+template <typename Read>
+Bytes ReadToEnd(const std::string& path, u64 expected, Read read) {
+  constexpr std::size_t kMore = 0x40000;
+  // One byte more than expected: it stays free when the end is where it should be, and nothing is left over.
+  Bytes bytes(std::min<u64>(expected, kFlashSize) + 1);
+  std::size_t size = 0;
+  while (const std::size_t count = read(std::span(bytes).subspan(size))) {
+    size += count;
+    if (size > kFlashSize)
+      throw Failure(fmt::format("{} is longer than the flash image of {} bytes", path, kFlashSize));
+    if (size == bytes.size()) bytes.resize(size + kMore);
   }
-  return file;
+  bytes.resize(size);
+  return bytes;
 }
 
-bool WriteAndFlush(std::FILE* file, std::span<const u8> bytes) {
-  // An empty span may have no data at all, which fwrite() does not take.
-  const std::size_t written = bytes.empty() ? 0 : std::fwrite(bytes.data(), 1, bytes.size(), file);
-  return written == bytes.size() && std::fflush(file) == 0;
-}
-
-/// Whether the file has to be on the disk, and not only in the system's care, before the job goes on.
-enum class Sync { kNo, kYes };
-
-void CreateWithBytes(const fs::path& path, const std::string& shown, std::span<const u8> bytes, Sync sync) {
-  const File file = CreateFile(path, shown);
-  if (WriteAndFlush(file.get(), bytes) && (sync == Sync::kNo || ::fsync(::fileno(file.get())) == 0)) return;
-  const int error = errno;
+/// Where not even a link that leads nowhere lies, or only what takes any bytes.
+bool IsFree(const fs::path& path) {
   std::error_code ignored;
-  fs::remove(path, ignored);
-  ThrowSystemError("write", shown, error);
+  const fs::file_status status = fs::status(path, ignored);
+  if (!fs::exists(status)) return !fs::exists(fs::symlink_status(path, ignored));
+  return !fs::is_regular_file(status) && !fs::is_directory(status);
 }
 
 void WriteInto(const fs::path& path, std::span<const u8> bytes) {
-  const File file(std::fopen(path.c_str(), "wb"));
-  if (file == nullptr || !WriteAndFlush(file.get(), bytes)) ThrowSystemError("write", path, errno);
+  std::error_code error;
+  const File file = File::OpenToWrite(path, error);
+  if (!error) error = file.Write(bytes);
+  if (error) ThrowSystemError("write", path, error);
 }
 
 /// The file behind a link, so that the link itself stays.
@@ -74,80 +69,154 @@ fs::path FollowLink(const fs::path& path) {
   return error ? path : target;
 }
 
-/// @param expected  how many bytes are likely to come
-Bytes ReadToEnd(std::FILE* file, const std::string& path, std::uintmax_t expected = 0) {
-  // One byte more than expected: it stays free when the end is where it should be, and nothing is left over.
-  Bytes bytes(std::min<std::uintmax_t>(expected, kFlashSize) + 1);
-  std::size_t size = 0;
-  for (;;) {
-    size += std::fread(bytes.data() + size, 1, bytes.size() - size, file);
-    if (size < bytes.size()) break;
-    if (size > kFlashSize)
-      throw Failure(fmt::format("{} is longer than the flash image of {} bytes", path, kFlashSize));
-    bytes.resize(size + kReadChunk);
-  }
-  if (std::ferror(file) != 0) ThrowSystemError("read", path, errno);
-  bytes.resize(size);
-  return bytes;
+/// Makes @p temporary hold the bytes and, where there is one, the permissions of the file that it is made for.
+void Fill(const Temporary& temporary, const fs::path& like, const std::string& shown, std::span<const u8> bytes) {
+  std::error_code error;
+  if (platform::StampOf(like)) error = temporary.file().BecomeLike(like);
+  if (!error) error = temporary.file().Write(bytes);
+  if (!error) error = temporary.file().Flush();
+  if (error) ThrowSystemError("write", shown, error);
 }
 
-/// 0 for what has no length, like a pipe.
-std::uintmax_t LengthOf(const fs::path& path) {
-  std::error_code error;
-  const std::uintmax_t length = fs::file_size(path, error);
-  return error ? 0 : length;
+void RequireWritable(const fs::path& path, const std::string& shown) {
+  if (platform::StampOf(path) && !platform::IsWritable(path)) Refuse(shown, "it is write-protected");
+}
+
+/// Nobody who heeds the lock has changed it since.
+void RequireAsRead(const fs::path& path, const std::string& shown) {
+  const auto now = platform::StampOf(path);
+  const auto then = now ? Inputs().find(now->id) : Inputs().end();
+  if (then == Inputs().end() || then->second != *now) Refuse(shown, "another program has changed it meanwhile");
+}
+
+void RequireOutput(const Output& output, Existing existing) {
+  if (output.path.empty()) return;
+  RequirePlaceFor(output.path, existing);
+  if (IsInput(output.path)) Refuse(output.path, "this command reads it");
+}
+
+/// An output that only lacks its name, or what takes bytes as they come and has them.
+class PendingOutput {
+ public:
+  PendingOutput(const Output& output, Existing existing)
+      : path_(output.path), existing_(existing), target_(FollowLink(output.path)) {
+    if (IsFree(target_) && fs::exists(target_)) {
+      WriteInto(target_, output.bytes);
+    } else {
+      temporary_.emplace(target_, Temporary::Kind::kFile, output.path);
+      Fill(*temporary_, target_, output.path, output.bytes);
+    }
+  }
+
+  void Publish() {
+    if (!temporary_) return;
+    const std::error_code error = existing_ == Existing::kRefuse ? temporary_->PublishNew() : temporary_->PublishOver();
+    if (error) ThrowSystemError("write", path_, error);
+  }
+
+ private:
+  std::string path_;
+  Existing existing_;
+  fs::path target_;
+  std::optional<Temporary> temporary_;
+};
+
+std::string FreeNameToKeep(const std::string& path) {
+  std::string kept = path + ".orig";
+  for (int number = 2; fs::exists(fs::symlink_status(kept)); ++number) kept = fmt::format("{}.orig.{}", path, number);
+  return kept;
 }
 
 }  // namespace
 
-Bytes ReadFile(const std::string& path) {
-  const File file(std::fopen(path.c_str(), "rb"));
-  if (file == nullptr) ThrowSystemError("read", path, errno);
-  return ReadToEnd(file.get(), path, LengthOf(path));
+void ThrowSystemError(const char* doing, const std::string& path, const std::error_code& error) {
+  throw Failure(fmt::format("cannot {} {}: {}", doing, path, error.message()));
 }
 
-Bytes ReadStandardInput() { return ReadToEnd(stdin, "standard input"); }
-
-void WriteNewFile(const fs::path& path, std::span<const u8> bytes) { CreateWithBytes(path, path, bytes, Sync::kNo); }
-
-void ReplaceFile(const std::string& path, std::span<const u8> bytes) {
-  const fs::path target = FollowLink(path);
-  const fs::file_status old = fs::status(target);
-  if (fs::is_directory(old)) ThrowSystemError("write", path, EISDIR);
-  if (fs::exists(old) && !fs::is_regular_file(old)) return WriteInto(target, bytes);
-
-  const fs::path temporary = TemporaryPathBeside(target);
-  CreateWithBytes(temporary, path, bytes, Sync::kYes);
+Bytes ReadFile(const std::string& path) {
   std::error_code error;
-  if (fs::exists(old)) fs::permissions(temporary, old.permissions(), error);
-  if (!error) fs::rename(temporary, target, error);
+  const File file = File::OpenToRead(path, error);
+  if (error) ThrowSystemError("read", path, error);
+  const platform::FileStamp stamp = file.Stamp();
+  Bytes bytes = ReadToEnd(path, stamp.size, [&](std::span<u8> rest) {
+    const std::size_t count = file.Read(rest, error);
+    if (error) ThrowSystemError("read", path, error);
+    return count;
+  });
+  // The system's own files say that they are empty.
+  const bool is_whole = bytes.size() == stamp.size || stamp.size == 0;
+  if (file.IsRegular() && (file.Stamp() != stamp || !is_whole))
+    throw Failure(fmt::format("cannot read {}: another program changes it", path));
+  Inputs()[stamp.id] = stamp;
+  return bytes;
+}
+
+Bytes ReadStandardInput() {
+  Bytes bytes =
+      ReadToEnd("standard input", 0, [](std::span<u8> rest) { return std::fread(rest.data(), 1, rest.size(), stdin); });
+  if (std::ferror(stdin) != 0) ThrowSystemError("read", "standard input", std::make_error_code(std::errc::io_error));
+  return bytes;
+}
+
+void WriteNewFile(const fs::path& path, std::span<const u8> bytes) {
+  std::error_code error;
+  const File file = [&] {
+    const Uninterrupted uninterrupted;
+    return File::Create(path, error);
+  }();
+  if (error) ThrowSystemError("write", path, error);
+  error = file.Write(bytes);
   if (!error) return;
   std::error_code ignored;
-  fs::remove(temporary, ignored);
-  ThrowSystemError("write", path, error.value());
+  fs::remove(path, ignored);
+  ThrowSystemError("write", path, error);
+}
+
+void RequirePlaceFor(const std::string& path, Existing existing) {
+  if (IsFree(path)) return;
+  if (fs::is_directory(path)) ThrowSystemError("write", path, std::make_error_code(std::errc::is_a_directory));
+  if (existing == Existing::kRefuse) Refuse(path, "it exists; --force replaces it");
+  RequireWritable(path, path);
+}
+
+void WriteOutputs(std::span<const Output> outputs, Existing existing) {
+  for (const Output& output : outputs) RequireOutput(output, existing);
+  std::deque<PendingOutput> pending;
+  for (const Output& output : outputs)
+    if (!output.path.empty()) pending.emplace_back(output, existing);
+  const Uninterrupted uninterrupted;
+  for (PendingOutput& output : pending) output.Publish();
+}
+
+void ReplaceInput(const std::string& path, std::span<const u8> bytes) {
+  const fs::path target = FollowLink(path);
+  RequireWritable(target, path);
+  Temporary temporary(target, Temporary::Kind::kFile, path);
+  Fill(temporary, target, path, bytes);
+  RequireAsRead(target, path);
+  if (const std::error_code error = temporary.PublishOver()) ThrowSystemError("write", path, error);
 }
 
 std::string ReplaceKeeping(const std::string& path, std::span<const u8> old, std::span<const u8> bytes) {
-  std::string kept = path + ".orig";
-  for (int number = 2; fs::exists(fs::symlink_status(kept)); ++number) kept = fmt::format("{}.orig.{}", path, number);
-  CreateWithBytes(kept, kept, old, Sync::kYes);
-  std::error_code ignored;
-  fs::permissions(kept, fs::status(path).permissions(), ignored);
+  const std::string kept = FreeNameToKeep(path);
+  Temporary temporary(kept, Temporary::Kind::kFile, kept);
+  Fill(temporary, path, kept, old);
+  // A request to end finds both files or none.
+  const Uninterrupted uninterrupted;
+  if (const std::error_code error = temporary.PublishNew()) ThrowSystemError("write", kept, error);
   try {
-    ReplaceFile(path, bytes);
+    ReplaceInput(path, bytes);
   } catch (const Failure&) {
+    std::error_code ignored;
     fs::remove(kept, ignored);
     throw;
   }
   return kept;
 }
 
-fs::path TemporaryPathBeside(const fs::path& path) {
-  std::random_device random;
-  for (;;) {
-    fs::path candidate = path.parent_path() / fmt::format(".{}.{:08x}", path.filename().string(), random());
-    if (!fs::exists(fs::symlink_status(candidate))) return candidate;
-  }
+bool IsInput(const fs::path& path) {
+  const auto stamp = platform::StampOf(path);
+  return stamp && Inputs().contains(stamp->id);
 }
 
 }  // namespace vok::tool

@@ -30,48 +30,58 @@ void CheckPlace(const std::string& directory, const fs::path& target, Existing e
   if (!fs::is_directory(target)) Refuse(directory, "it exists and is no directory");
   if (fs::equivalent(target, fs::current_path())) Refuse(directory, "it is the current directory; name one in it");
   if (fs::is_empty(target)) return;
-  if (existing == Existing::kRefuse) Refuse(directory, "it exists and is not empty");
-  // Everything in the directory will be gone: only what looks like an earlier result may be replaced.
+  if (existing == Existing::kRefuse)
+    Refuse(directory, "it exists and is not empty; --force replaces what an earlier unpack made");
   if (!fs::exists(target / kMarkOfUnpack)) Refuse(directory, "it is not empty and holds no manifest.json");
+}
+
+fs::path PlaceFor(const std::string& directory, Existing existing) {
+  fs::path target = Resolve(directory);
+  CheckPlace(directory, target, existing);
+  return target;
 }
 
 }  // namespace
 
 StagingDirectory::StagingDirectory(const std::string& directory, Existing existing)
-    : name_(directory), target_(Resolve(directory)) {
-  CheckPlace(name_, target_, existing);
-  const fs::path staging = TemporaryPathBeside(target_);
-  std::error_code error;
-  if (!fs::create_directory(staging, error)) Refuse(name_, error.message());
-  staging_ = staging;
-}
+    : name_(directory),
+      target_(PlaceFor(directory, existing)),
+      staging_(target_, Temporary::Kind::kDirectory, directory) {}
 
-StagingDirectory::~StagingDirectory() {
-  std::error_code ignored;
-  if (!staging_.empty()) fs::remove_all(staging_, ignored);
-}
-
-void StagingDirectory::MoveOldAway() {
-  if (!fs::exists(target_)) return;
-  const fs::path old = TemporaryPathBeside(target_);
+void StagingDirectory::MakeFolder(const std::string& name) const {
+  const Uninterrupted uninterrupted;
   std::error_code error;
-  fs::rename(target_, old, error);
+  fs::create_directories(staging_.path() / name, error);
   if (error) Refuse(name_, error.message());
-  old_ = old;
 }
 
-void StagingDirectory::Publish() {
-  MoveOldAway();
-  std::error_code error;
-  fs::rename(staging_, target_, error);
-  if (error) {
-    std::error_code ignored;
-    if (!old_.empty()) fs::rename(old_, target_, ignored);
-    Refuse(name_, error.message());
+void StagingDirectory::Write(const fs::path& name, std::span<const u8> bytes) const {
+  WriteNewFile(staging_.path() / name, bytes);
+}
+
+void StagingDirectory::Publish(const std::set<fs::path>& made) {
+  const Uninterrupted uninterrupted;
+  const bool replaces = fs::exists(target_);
+  if (replaces)
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(target_))
+      if (entry.is_symlink() || !entry.is_directory()) TakeOver(entry.path().lexically_relative(target_), made);
+  const std::error_code error = replaces ? staging_.PublishOver() : staging_.PublishNew();
+  if (error) Refuse(name_, error.message());
+}
+
+void StagingDirectory::TakeOver(const fs::path& name, const std::set<fs::path>& made) const {
+  const fs::path from = target_ / name;
+  const fs::path to = staging_.path() / name;
+  if (made.contains(name)) {
+    if (IsInput(from) && name != kMarkOfUnpack) Refuse(name_, "this command reads " + name.string() + " in it");
+    return;
   }
-  staging_.clear();
-  std::error_code ignored;
-  if (!old_.empty()) fs::remove_all(old_, ignored);
+  if (fs::exists(fs::symlink_status(to))) Refuse(name_, name.string() + " in it is not of an earlier unpack");
+  MakeFolder(name.parent_path().string());
+  std::error_code error;
+  fs::create_hard_link(from, to, error);
+  if (error) fs::copy(from, to, fs::copy_options::copy_symlinks, error);
+  if (error) Refuse(name_, fmt::format("{} in it cannot be kept: {}", name.string(), error.message()));
 }
 
 }  // namespace vok::tool

@@ -1,35 +1,35 @@
 #pragma once
 
 #include <filesystem>
+#include <set>
 #include <string>
+
+#include "base/files.h"
+#include "base/temporary.h"
 
 namespace vok::tool {
 
-/// What to do with a directory that is there already and not empty.
-enum class Existing { kRefuse, kReplace };
-
-/// A directory that comes into being all at once: filled under another name beside its place, then renamed. Whatever
-/// ends the job before Publish() leaves the place as it was and nothing beside it.
+/// A directory that comes into being all at once: filled under another name beside its place, which it gets in the end.
+/// Whatever ends the job before Publish() leaves the place as it was and nothing beside it.
 class StagingDirectory {
  public:
   /// @throws Failure when @p directory cannot become a new directory
   StagingDirectory(const std::string& directory, Existing existing);
-  ~StagingDirectory();
-  StagingDirectory(const StagingDirectory&) = delete;
-  StagingDirectory& operator=(const StagingDirectory&) = delete;
 
-  /// Where to put the files.
-  const std::filesystem::path& path() const { return staging_; }
+  void MakeFolder(const std::string& name) const;
+  /// @param name  relative to the directory
+  void Write(const std::filesystem::path& name, std::span<const u8> bytes) const;
 
-  void Publish();
+  /// Takes over what lies in the place and is none of the @p made files of an earlier result, which go.
+  /// @throws Failure when it has the name of a new file, or a file that would go is one that this program has read
+  void Publish(const std::set<std::filesystem::path>& made);
 
  private:
-  void MoveOldAway();
+  void TakeOver(const std::filesystem::path& name, const std::set<std::filesystem::path>& made) const;
 
   std::string name_;  ///< as the user gave it
   std::filesystem::path target_;
-  std::filesystem::path staging_;
-  std::filesystem::path old_;  ///< what stood in the place, until the new directory does; empty = nothing
+  Temporary staging_;
 };
 
 }  // namespace vok::tool

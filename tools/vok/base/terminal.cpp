@@ -1,8 +1,8 @@
 #include "base/terminal.h"
 
-#include <unistd.h>
-
 #include <cstdio>
+
+#include "base/platform.h"
 
 namespace vok::tool {
 
@@ -17,7 +17,7 @@ void PrintBytes(std::span<const u8> bytes) {
 }
 
 bool Confirm(const std::string& question) {
-  if (::isatty(STDIN_FILENO) == 0) return true;
+  if (!platform::InputIsTerminal()) return false;
   std::fputs((question + " [y/N] ").c_str(), stderr);
   const int first = std::getchar();
   for (int next = first; next != '\n' && next != EOF;) next = std::getchar();

@@ -12,7 +12,7 @@ namespace vok::tool {
 void Print(const std::string& text);
 void PrintBytes(std::span<const u8> bytes);
 
-/// Asks a yes-or-no question on standard error. @return true at once when standard input is no terminal
+/// Asks a yes-or-no question on standard error. @return false at once when standard input is no terminal
 bool Confirm(const std::string& question);
 
 /// One line on standard error that the person must know.

@@ -14,9 +14,9 @@ void ChangedImage::Remount() {
   RequireAllMounted(sections_);
 }
 
-void ChangedImage::Save(const std::string& output) {
+void ChangedImage::Save(const Claim& claim) {
   Remount();
-  WriteChanged(image_, output, lost_);
+  WriteChanged(image_, claim, lost_);
 }
 
 }  // namespace vok::tool

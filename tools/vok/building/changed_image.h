@@ -19,8 +19,9 @@ class ChangedImage {
   /// Mounts everything anew, with repair: what an operation left unfinished is dropped or finished.
   void Remount();
 
-  /// Writes the image to @p output, empty = over the file that it came from, as WriteChanged() does.
-  void Save(const std::string& output);
+  /// Writes the image as WriteChanged() does.
+  /// @param claim  taken before the image was loaded
+  void Save(const Claim& claim);
 
  private:
   LoadedImage image_;

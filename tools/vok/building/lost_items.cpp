@@ -43,9 +43,9 @@ std::string TextOf(const std::vector<LostItems>& lost) {
   return text;
 }
 
-void WriteChanged(const LoadedImage& image, const std::string& output, const std::vector<LostItems>& lost) {
-  if (lost.empty()) return ReplaceFile(output.empty() ? image.changed_path() : output, image.CurrentBytes());
-  const std::string kept = WriteKeepingInput(image, output);
+void WriteChanged(const LoadedImage& image, const Claim& claim, const std::vector<LostItems>& lost) {
+  if (lost.empty()) return claim.Write(image.CurrentBytes());
+  const std::string kept = claim.WriteKeeping(image.original(), image.CurrentBytes());
   Warn(fmt::format("{}; vok repair --rebuild on the original{} brings them back", TextOf(lost),
                    kept.empty() ? "" : ", kept as " + kept + ','));
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <filesystem>
+#include <set>
 #include <string>
 
 #include "section/items.h"
@@ -13,5 +15,9 @@ inline constexpr const char* kPsdtFileName = "psdt.bin";
 
 /// "SECTION/TYPE-ID.bin"
 std::string ItemFileName(const Section& section, const ItemEntry& item);
+
+/// The files of @p directory that its manifest tells of, relative to it: what unpack made. None without a manifest.
+/// @throws Failure for a manifest that makes no sense
+std::set<std::filesystem::path> MadeFiles(const std::string& directory);
 
 }  // namespace vok::tool

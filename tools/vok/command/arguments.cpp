@@ -123,9 +123,17 @@ Argument Arguments::Section(const std::string& description) { return Text("SECTI
 
 Argument Arguments::Json() { return Flag("--json", options_.json, "print JSON instead of a table"); }
 
-Argument Arguments::Output(const std::string& description) { return File("-o,--output", options_.output, description); }
+Argument Arguments::Output(const std::string& description) {
+  Force();
+  return File("-o,--output", options_.output, description);
+}
 
-Argument Arguments::ChangedOutput() { return Output("write the changed image to FILE (default: in place)"); }
+Argument Arguments::ChangedOutput(const std::string& description) {
+  Flag("--wait", options_.wait, "wait for other commands that use the image");
+  return Output(description);
+}
+
+Argument Arguments::Force(const std::string& description) { return Flag("--force", options_.force, description); }
 
 void Arguments::MadeImage() {
   Output("write the codeplug to FILE").Required();

@@ -94,9 +94,12 @@ class Arguments {
   // What many commands take.
   Argument Section(const std::string& description);
   Argument Json();
+  /// -o, with --force.
   Argument Output(const std::string& description);
-  /// -o of a command that changes the image.
-  Argument ChangedOutput();
+  /// -o of a command that changes the image, with --wait.
+  Argument ChangedOutput(const std::string& description = "write the changed image to FILE (default: in place)");
+  /// --force of a command with outputs, which Output() brings along.
+  Argument Force(const std::string& description = "replace files that exist");
   /// -o and --dump of a command that makes an image.
   void MadeImage();
 

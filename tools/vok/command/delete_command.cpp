@@ -4,6 +4,7 @@
 
 #include "answer/change_json.h"
 #include "base/failure.h"
+#include "base/platform.h"
 #include "base/terminal.h"
 #include "building/changed_image.h"
 #include "command/arguments.h"
@@ -27,7 +28,9 @@ std::size_t CountItems(const Section& section, const NumberRange& types, const N
 
 void RequireConsent(const Options& options, std::size_t count, const std::string& what) {
   if (count == 0 || options.yes || Confirm(fmt::format("Delete {} items ({})?", count, what))) return;
-  throw Failure("nothing deleted: not confirmed");
+  const char* const why =
+      platform::InputIsTerminal() ? "not confirmed" : "standard input is no terminal to ask on; --yes does not ask";
+  throw Failure(fmt::format("nothing deleted: {}", why));
 }
 
 void RequireDeleted(u16 code, const std::string& what, const Section& section) {
@@ -109,9 +112,10 @@ void TakeDelete(Arguments& arguments, Options& options) {
 }
 
 int RunDelete(const Options& options) {
+  const Claim claim(options.image, DestinationOf(options));
   ChangedImage image(options.image);
   const std::size_t count = options.types.IsEmpty() ? DeleteIds(options, image) : DeleteTypes(options, image);
-  image.Save(options.output);
+  image.Save(claim);
   Print(options.json ? DeletedJson(count) : fmt::format("{} {} deleted\n", count, count == 1 ? "item" : "items"));
   return kDone;
 }

@@ -59,7 +59,7 @@ int DeliverCopy(const Options& options, const std::vector<ItemCopy>& copies, con
   } else if (options.output == "-") {
     PrintBytes(bytes);
   } else {
-    ReplaceFile(options.output, bytes);
+    WriteOutput(options.output, bytes, ExistingFor(options));
   }
   return kDone;
 }

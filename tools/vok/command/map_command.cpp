@@ -15,9 +15,9 @@ namespace vok::tool {
 
 namespace {
 
-void Deliver(const std::string& path, const std::string& text) {
+void Deliver(const Options& options, const std::string& path, const std::string& text) {
   if (path == "-") return Print(text);
-  ReplaceFile(path, AsBytes(text));
+  WriteOutput(path, AsBytes(text), ExistingFor(options));
   Say("wrote " + path);
 }
 
@@ -26,15 +26,16 @@ void Deliver(const std::string& path, const std::string& text) {
 void TakeMap(Arguments& arguments, Options& options) {
   arguments.File("--svg", options.svg, "write the picture as SVG to FILE");
   arguments.File("--html", options.html, "write a page to look around in to FILE");
+  arguments.Force();
   arguments.Json();
 }
 
 int RunMap(const Options& options) {
   const LoadedImage image(options.image);
   const ImageView view = ViewImage(image);
-  if (!options.svg.empty()) Deliver(options.svg, MapSvg(view));
+  if (!options.svg.empty()) Deliver(options, options.svg, MapSvg(view));
   if (!options.html.empty())
-    Deliver(options.html, MapPage(view, std::filesystem::path(image.changed_path()).filename().string()));
+    Deliver(options, options.html, MapPage(view, std::filesystem::path(image.changed_path()).filename().string()));
   if (options.json) {
     Print(MapJson(view));
   } else if (options.svg.empty() && options.html.empty()) {

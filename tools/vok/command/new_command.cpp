@@ -1,3 +1,4 @@
+#include <array>
 #include <cstdio>
 
 #include "base/failure.h"
@@ -25,8 +26,10 @@ int RunNew(const Options& options) {
   const ImageBytes psdt = PsdtOf(description);
   const FreshImage image(psdt, description.version);
   RequireAllMounted(CheckMountSections());
-  if (!options.psdt_output.empty()) ReplaceFile(options.psdt_output, psdt.bytes);
-  ReplaceFile(options.output, options.as_dump ? image.Dump(image.end()) : image.Range(image.start(), image.end()));
+  const Bytes made = options.as_dump ? image.Dump(image.end()) : image.Range(image.start(), image.end());
+  const std::array outputs = {Output{.path = options.psdt_output, .bytes = psdt.bytes},
+                              Output{.path = options.output, .bytes = made}};
+  WriteOutputs(outputs, ExistingFor(options));
   return kDone;
 }
 

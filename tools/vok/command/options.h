@@ -4,8 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "base/files.h"
 #include "building/named_item.h"
-#include "image/image_arguments.h"
+#include "image/claim.h"
 
 /// What a command line says, after it was found sound.
 
@@ -33,7 +34,8 @@ struct Options {
   u16 id = 0;          ///< may be kNewId where an item is written
   std::string output;  ///< empty = standard output, or the input in place
   std::string directory;
-  bool force = false;
+  bool force = false;  ///< outputs replace files that exist
+  bool wait = false;   ///< for other commands that use the image
   bool skip_unmounted = false;
   bool blocks = false;
   std::string input;  ///< file to read; - = standard input
@@ -56,6 +58,12 @@ struct Options {
   u32 seconds = 60;                                 ///< for each of them; 0 = as long as it takes
   u64 images = 0;                                   ///< cut images of each; 0 = as the time allows
 };
+
+inline Existing ExistingFor(const Options& options) { return options.force ? Existing::kReplace : Existing::kRefuse; }
+
+inline Destination DestinationOf(const Options& options) {
+  return {.output = options.output, .force = options.force, .wait = options.wait};
+}
 
 /// A command: does its job and gives the exit status. @throws Failure
 using Command = int (*)(const Options& options);

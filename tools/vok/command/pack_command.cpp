@@ -58,14 +58,17 @@ void TakePack(Arguments& arguments, Options& options) {
 }
 
 int RunPack(const Options& options) {
+  RequirePlaceFor(options.output, ExistingFor(options));
   const Manifest manifest(options.directory);
   FreshImage image(manifest.psdt(), manifest.version());
   const std::vector<PackedSection> sections = manifest.ReadItems(image.sections());
   FillImage(image, sections);
   RequireAllMounted(CheckMountSections());
 
-  ReplaceFile(options.output, options.as_dump ? image.Dump(manifest.codeplug_end())
-                                              : image.Range(manifest.codeplug_start(), manifest.codeplug_end()));
+  WriteOutput(options.output,
+              options.as_dump ? image.Dump(manifest.codeplug_end())
+                              : image.Range(manifest.codeplug_start(), manifest.codeplug_end()),
+              ExistingFor(options));
   std::size_t count = 0;
   for (const PackedSection& section : sections) count += section.items.size();
   Print(fmt::format("{} items of {} sections in {}\n", count, sections.size(), options.output));

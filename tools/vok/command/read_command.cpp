@@ -15,7 +15,7 @@ namespace vok::tool {
 namespace {
 
 void DeliverItem(const Options& options, const Section& section, const Bytes& bytes) {
-  if (!options.output.empty() && options.output != "-") ReplaceFile(options.output, bytes);
+  if (!options.output.empty() && options.output != "-") WriteOutput(options.output, bytes, ExistingFor(options));
   if (options.output == "-") return PrintBytes(bytes);
   if (options.json) {
     const ItemEntry item{

@@ -14,19 +14,20 @@ std::vector<RebuiltSection> SalvageNamed(const SectionList& sections, const std:
 
 /// The deleted items and the damaged ones are not in the new bytes any more, so that the old ones stay.
 /// @return what was done, in words
-std::string WriteRebuilt(const LoadedImage& image, const std::string& output) {
-  const std::string kept = WriteKeepingInput(image, output);
-  return "wrote " + (output.empty() ? image.changed_path() : output) + (kept.empty() ? "" : ", kept " + kept);
+std::string WriteRebuilt(const LoadedImage& image, const Claim& claim) {
+  const std::string kept = claim.WriteKeeping(image.original(), image.CurrentBytes());
+  return "wrote " + claim.path() + (kept.empty() ? "" : ", kept " + kept);
 }
 
 }  // namespace
 
 int RunRebuild(const Options& options) {
+  const Claim claim(options.image, DestinationOf(options));
   const LoadedImage image(options.image);
   RequireSetUp(image.sections());
   const std::vector<RebuiltSection> sections = SalvageNamed(image.sections(), options.section);
   Rebuild(image, sections);
-  const std::string what = WriteRebuilt(image, options.output);
+  const std::string what = WriteRebuilt(image, claim);
   if (options.json) {
     Print(RebuiltJson(image.version(), sections));
   } else {

@@ -66,11 +66,12 @@ void TakeReorganise(Arguments& arguments, Options&) {
 }
 
 int RunReorganise(const Options& options) {
+  const Claim claim(options.image, DestinationOf(options));
   ChangedImage image(options.image);
   std::vector<Regained> sections;
   for (const Section* const section : SectionsToReorganise(image.sections(), options.section))
     sections.push_back(ReorganiseSection(*section));
-  image.Save(options.output);
+  image.Save(claim);
   if (options.json) {
     Print(RegainedJson(sections));
   } else {

@@ -24,10 +24,10 @@ void RequireRepaired(const SectionList& mounted, const std::vector<RebuiltSectio
 }
 
 /// @return what was done, to begin a sentence with
-std::string WriteRepaired(const LoadedImage& image, const std::string& output, const std::vector<LostItems>& lost) {
-  if (output.empty() && !image.HasChanged()) return "nothing to repair; ";
-  WriteChanged(image, output, lost);
-  return "wrote " + (output.empty() ? image.changed_path() : output) + "; ";
+std::string WriteRepaired(const LoadedImage& image, const Claim& claim, const std::vector<LostItems>& lost) {
+  if (claim.IsInPlace() && !image.HasChanged()) return "nothing to repair; ";
+  WriteChanged(image, claim, lost);
+  return "wrote " + claim.path() + "; ";
 }
 
 }  // namespace
@@ -36,12 +36,13 @@ void TakeRepair(Arguments& arguments, Options& options) {
   const Argument rebuild =
       arguments.Flag("--rebuild", options.rebuild, "build the sections anew from every Valid copy in them instead");
   arguments.Section("with --rebuild: this section only").Needs(rebuild);
-  arguments.Output("write the repaired image to FILE (default: in place)");
+  arguments.ChangedOutput("write the repaired image to FILE (default: in place)");
   arguments.Json();
 }
 
 int RunRepair(const Options& options) {
   if (options.rebuild) return RunRebuild(options);
+  const Claim claim(options.image, DestinationOf(options));
   const LoadedImage image(options.image);
   RequireSetUp(image.sections());
   std::vector<SectionReport> reports = InspectSections(image.sections());
@@ -56,8 +57,7 @@ int RunRepair(const Options& options) {
   for (std::size_t i = 0; i < left.size(); ++i) left[i].code = checked.accepted[i].mount_code;
 
   const bool clean = IsClean(left);
-  const std::string what =
-      WriteRepaired(image, options.output, lost) + (clean ? "clean now" : "a check still finds something");
+  const std::string what = WriteRepaired(image, claim, lost) + (clean ? "clean now" : "a check still finds something");
   if (options.json) {
     Print(ReportJson(image.version(), clean, reports));
   } else {

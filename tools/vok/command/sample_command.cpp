@@ -1,5 +1,6 @@
 #include <fmt/core.h>
 
+#include <array>
 #include <filesystem>
 
 #include "answer/json.h"
@@ -15,6 +16,7 @@ namespace vok::tool {
 
 void TakeSample(Arguments& arguments, Options& options) {
   arguments.Text("DIR", options.directory, "gets psdt.bin and codeplug.bin").Required();
+  arguments.Force();
 }
 
 int RunSample(const Options& options) {
@@ -27,8 +29,10 @@ int RunSample(const Options& options) {
   std::error_code error;
   std::filesystem::create_directories(options.directory, error);
   if (error) throw Failure(fmt::format("cannot make {}: {}", options.directory, error.message()));
-  ReplaceFile(options.directory + '/' + kPsdtFileName, psdt.bytes);
-  ReplaceFile(options.directory + "/codeplug.bin", image.Range(image.start(), image.end()));
+  const Bytes codeplug = image.Range(image.start(), image.end());
+  const std::array outputs = {Output{.path = options.directory + '/' + kPsdtFileName, .bytes = psdt.bytes},
+                              Output{.path = options.directory + "/codeplug.bin", .bytes = codeplug}};
+  WriteOutputs(outputs, ExistingFor(options));
   return kDone;
 }
 

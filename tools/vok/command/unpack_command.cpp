@@ -17,12 +17,12 @@ namespace vok::tool {
 
 namespace {
 
-SectionItems UnpackSection(const Section& section, const std::filesystem::path& directory) {
+SectionItems UnpackSection(const Section& section, const StagingDirectory& directory) {
   SectionItems unpacked{.section = &section, .items = {}};
   if (!section.IsMounted()) return unpacked;
-  std::filesystem::create_directory(directory / section.name);
+  directory.MakeFolder(section.name);
   VisitItems(section, [&](const ItemEntry& item, const Bytes& bytes) {
-    WriteNewFile(directory / ItemFileName(section, item), bytes);
+    directory.Write(ItemFileName(section, item), bytes);
     unpacked.items.push_back(item);
   });
   // The order in flash is lost when the items are packed again; this one is not.
@@ -35,7 +35,7 @@ SectionItems UnpackSection(const Section& section, const std::filesystem::path& 
 
 void TakeUnpack(Arguments& arguments, Options& options) {
   arguments.Text("DIR", options.directory, "directory to make").Required();
-  arguments.Flag("--force", options.force, "replace a directory that an earlier unpack made");
+  arguments.Force("replace what an earlier unpack made");
   arguments.Flag("--skip-unmounted", options.skip_unmounted, "leave out sections that do not mount");
 }
 
@@ -45,16 +45,17 @@ int RunUnpack(const Options& options) {
   const SectionList sections = MountSections(MountPurpose::kRead);
   if (!options.skip_unmounted) RequireAllMounted(sections);
 
-  StagingDirectory directory(options.directory, options.force ? Existing::kReplace : Existing::kRefuse);
+  StagingDirectory directory(options.directory, ExistingFor(options));
+  const std::set<std::filesystem::path> earlier = MadeFiles(options.directory);
   std::vector<SectionItems> unpacked;
   std::size_t count = 0;
   for (const Section& section : sections.accepted) {
-    unpacked.push_back(UnpackSection(section, directory.path()));
+    unpacked.push_back(UnpackSection(section, directory));
     count += unpacked.back().items.size();
   }
-  WriteNewFile(directory.path() / kPsdtFileName, image.psdt().bytes);
-  WriteNewFile(directory.path() / "manifest.json", AsBytes(ManifestJson(image, unpacked)));
-  directory.Publish();
+  directory.Write(kPsdtFileName, image.psdt().bytes);
+  directory.Write(kManifestFileName, AsBytes(ManifestJson(image, unpacked)));
+  directory.Publish(earlier);
   Print(fmt::format("{} items of {} sections in {}\n", count, unpacked.size(), options.directory));
   return kDone;
 }

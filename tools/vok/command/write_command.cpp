@@ -46,12 +46,11 @@ std::string WhyNot(u16 code, const ItemChange& change) {
 }
 
 /// Makes the change, with room for it, and writes the image.
-void Carry(const ItemChange& change, ChangedImage& image, const std::string& output,
-           const std::function<u16()>& attempt) {
+void Carry(const ItemChange& change, ChangedImage& image, const Claim& claim, const std::function<u16()>& attempt) {
   const u16 code = AttemptWithRoom(image, change.section.name, change.section.partition(), attempt);
   if (code != code::kOk)
     throw Failure(fmt::format("{} in section {}: {}", change.what, change.section.name, WhyNot(code, change)), code);
-  image.Save(output);
+  image.Save(claim);
 }
 
 void PrintAnswer(const Options& options, u16 asked, const Section& section, const ItemEntry& item) {
@@ -81,18 +80,20 @@ void TakeRename(Arguments& arguments, Options& options) {
 int RunWrite(const Options& options) {
   const Bytes bytes = options.input == "-" ? ReadStandardInput() : ReadFile(options.input);
   const u32 length = static_cast<u32>(bytes.size());
+  const Claim claim(options.image, DestinationOf(options));
   ChangedImage image(options.image);
   const std::string what = fmt::format("cannot write item type {} {}", options.type, IdText(options.id));
   const Section section = SectionOfType(image.sections(), options.type, what);
   const u64 marker = Exists(section, options.type, options.id) ? MarkerSize(0) : 0;
   u16 id = options.id;
-  Carry({.what = what, .section = section, .length = length, .marker = marker}, image, options.output,
+  Carry({.what = what, .section = section, .length = length, .marker = marker}, image, claim,
         [&] { return WriteItem(section.partition(), kJournalled, options.type, &id, bytes.data(), length); });
   PrintAnswer(options, options.id, section, {.type = options.type, .id = id, .length = length, .crc32 = Crc32(bytes)});
   return kDone;
 }
 
 int RunRename(const Options& options) {
+  const Claim claim(options.image, DestinationOf(options));
   ChangedImage image(options.image);
   const std::string what = fmt::format("cannot rename item type {} ID {} to type {} {}", options.type, options.id,
                                        options.new_type, IdText(options.new_id));
@@ -109,7 +110,7 @@ int RunRename(const Options& options) {
   const u32 length = static_cast<u32>(bytes.size());
   u16 id = options.new_id;
   Carry({.what = what, .section = section, .length = length, .marker = MarkerSize(journal::kRenameDataSize)}, image,
-        options.output,
+        claim,
         [&] { return RenameItem(section.partition(), kJournalled, options.new_type, &id, options.type, options.id); });
   PrintAnswer(options, options.new_id, section,
               {.type = options.new_type, .id = id, .length = length, .crc32 = Crc32(bytes)});

@@ -22,6 +22,16 @@ void ForBytesOutside(const ImageBytes& psdt, u64 start, u64 end, Use use) {
   if (after < end) use(after, end);
 }
 
+/// The header and the records; whatever follows them is none of the PSDT's.
+u32 PsdtLength() { return psdt::kRecordSize * (psdt::RecordCount() + 1U); }
+
+/// A change of the one would destroy the other.
+void RequireApart(u64 psdt_start, u64 psdt_end, const std::string& what, u64 start, u64 end) {
+  if (start >= psdt_end || psdt_start >= end) return;
+  throw Failure(fmt::format("the PSDT ({} to {}) overlaps {} ({} to {})", HexAddress(psdt_start), HexAddress(psdt_end),
+                            what, HexAddress(start), HexAddress(end)));
+}
+
 }  // namespace
 
 LoadedImage::LoadedImage(const ImageArguments& arguments) : is_dump_(arguments.IsDump()) {
@@ -62,6 +72,7 @@ void LoadedImage::LoadPair(const ImageArguments& arguments) {
     PlaceCodeplug(contents_, arguments.store_version);
   }
   RequireInFlash(contents_, "codeplug");
+  RequireApart(psdt_.address, psdt_.end(), "codeplug " + contents_.path, contents_.address, contents_.end());
 }
 
 void LoadPsdt(VokWorker& worker, const ImageBytes& psdt) {
@@ -98,6 +109,8 @@ void LoadedImage::LoadContents() {
 
 void LoadedImage::RequireWholeSections() const {
   for (const Section& section : sections_.accepted) {
+    RequireApart(psdt_.address, psdt_.address + PsdtLength(), "section " + section.name, section.entry.start,
+                 section.end());
     if (contents_.Covers(section.entry.start, section.end())) continue;
     throw Failure(fmt::format("{} holds {} to {}, not the whole of section {} ({} to {})", contents_.path,
                               HexAddress(contents_.address), HexAddress(contents_.end()), section.name,
@@ -124,15 +137,6 @@ Bytes LoadedImage::CurrentBytes() const {
     CopyFromFlash(bytes.data() + (start - contents_.address), start, static_cast<u32>(end - start));
   });
   return bytes;
-}
-
-std::string WriteKeepingInput(const LoadedImage& image, const std::string& output) {
-  const std::string& target = output.empty() ? image.changed_path() : output;
-  std::error_code ignored;
-  if (output.empty() || std::filesystem::equivalent(output, image.changed_path(), ignored))
-    return ReplaceKeeping(target, image.original(), image.CurrentBytes());
-  ReplaceFile(target, image.CurrentBytes());
-  return "";
 }
 
 void RequireSetUp(const SectionList& sections) {

@@ -32,7 +32,7 @@ class LoadedImage {
   u32 codeplug_start() const;
   u32 codeplug_end() const;
 
-  /// The file that a changing command replaces when no other is named.
+  /// The file that a changing command replaces when no other is named: the dump or the codeplug.
   const std::string& changed_path() const { return contents_.path; }
 
   /// That file's bytes as they were read.
@@ -56,10 +56,6 @@ class LoadedImage {
   u16 version_ = 0;
   SectionList sections_;
 };
-
-/// Writes the image to @p output, empty = over its file. Where that replaces the file, its bytes as they were stay
-/// beside it. @return the path under which they stay, empty = nothing was replaced
-std::string WriteKeepingInput(const LoadedImage& image, const std::string& output);
 
 /// @throws Failure when the store cannot be set up over the sections
 void RequireSetUp(const SectionList& sections);

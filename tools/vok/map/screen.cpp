@@ -1,13 +1,11 @@
 #include "map/screen.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <optional>
 #include <string_view>
 
 #include "base/number.h"
+#include "base/platform.h"
 
 namespace vok::tool {
 
@@ -24,12 +22,11 @@ std::string_view Environment(const char* name) {
 }  // namespace
 
 bool HasColour() {
-  return ::isatty(STDOUT_FILENO) == 1 && Environment("NO_COLOR").empty() && Environment("TERM") != "dumb";
+  return platform::OutputIsTerminal() && Environment("NO_COLOR").empty() && Environment("TERM") != "dumb";
 }
 
 std::size_t ScreenWidth() {
-  winsize window{};
-  if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_col != 0) return window.ws_col;
+  if (const auto width = platform::TerminalWidth()) return *width;
   const std::optional<u64> columns = ParseNumber(Environment("COLUMNS"));
   return columns && *columns != 0 && *columns <= kGreatestWidth ? static_cast<std::size_t>(*columns) : kUsualWidth;
 }
