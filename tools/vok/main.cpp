@@ -3,6 +3,7 @@
 #include <new>
 
 #include "base/failure.h"
+#include "base/large_pages.h"
 #include "base/terminal.h"
 #include "command/command_line.h"
 
@@ -38,6 +39,7 @@ int Run(const vok::tool::Invocation& invocation) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  vok::tool::UseLargePages();
   const vok::tool::Invocation invocation = vok::tool::ParseCommandLine(argc, argv);
   return invocation.command != nullptr ? Run(invocation) : FlushOutput(invocation.status);
 }
