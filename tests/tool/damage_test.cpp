@@ -45,7 +45,8 @@ class DamageTest : public ToolTest {
     for (const auto& section : map.at("sections")) {
       for (const auto& block : section.at("blocks")) {
         std::int64_t sum = 0;
-        for (const char* const share : {"live", "dead", "unfinished", "free"}) sum += block.at(share).get<int>();
+        for (const char* const share : {"live", "dead", "unfinished", "lost", "free"})
+          sum += block.at(share).get<int>();
         EXPECT_EQ(sum, section.at("block_size")) << block;
       }
     }

@@ -51,7 +51,7 @@ u64 UnfinishedBytes(const BlockView& view) {
 ByteShares SharesOf(const BlockView& view) {
   ByteShares shares;
   if (view.IsToBeFormatted()) {
-    shares.dead = view.size;
+    shares.unfinished = view.size;
     return shares;
   }
   u32 left = view.size;

@@ -8,7 +8,7 @@
 /// One block as it lies in flash, before any repair: what the mount scan would read, without what it would change.
 /// Invariants of a view:
 ///  - it never reads outside its block, whatever the bytes say;
-///  - the four shares add up to the block size;
+///  - the shares add up to the block size;
 ///  - for a block that needs no repair the figures are those of the block's RAM record after a mount.
 
 namespace vok::tool {
@@ -30,8 +30,9 @@ struct SlotView {
 /// What the bytes of a block are good for.
 struct ByteShares {
   u32 live = 0;        ///< header, current items and the words that stay erased
-  u32 dead = 0;        ///< slots and records that a reorganisation regains; everything in a block to be formatted
-  u32 unfinished = 0;  ///< slots and records of writes that a repair mount cancels
+  u32 dead = 0;        ///< slots and records that a reorganisation regains
+  u32 unfinished = 0;  ///< what a repair mount cancels: slots and records of writes, blocks that it formats
+  u32 lost = 0;        ///< slots and records that reads do not give and only a rebuild brings back; none in a bare view
   u32 free = 0;        ///< room for new slots and records
 };
 

@@ -8,7 +8,7 @@
 #include "base/json_text.h"
 #include "block_words.h"
 #include "flash/image.h"
-#include "image/written_runs.h"
+#include "view/ranking.h"
 
 namespace vok::tool {
 
@@ -33,8 +33,10 @@ Json BlockOf(const SectionView& section, const BlockView& block) {
   json["live"] = block.shares.live;
   json["dead"] = block.shares.dead;
   json["unfinished"] = block.shares.unfinished;
+  json["lost"] = block.shares.lost;
   json["free"] = block.shares.free;
   json["largest_item_now"] = block.LargestItemNow();
+  json["condition"] = NameOf(ConditionOf(section, block));
   json["slot_count"] = block.slots.size();
   json["dead_slots"] = block.figures.deleted_slots;
   json["findings"] = FindingsOf(section, block.index);
@@ -57,27 +59,11 @@ Json WorstOf(const ImageView& view) {
   return {{"section", worst->section->section->name}, {"block", worst->block->index}, {"why", TroubleOf(*worst)}};
 }
 
-using BlockJson = Json (*)(const SectionView& section, const BlockView& block);
-
 /// Where each block stands in RankBlocks(), from 1.
 std::map<const BlockView*, std::size_t> RanksOf(const ImageView& view) {
   std::map<const BlockView*, std::size_t> ranks;
   for (const RankedBlock& ranked : RankBlocks(view)) ranks.emplace(ranked.block, ranks.size() + 1);
   return ranks;
-}
-
-Json MapOf(const ImageView& view, BlockJson block_json) {
-  const std::map<const BlockView*, std::size_t> ranks = RanksOf(view);
-  Json json = {{"format", "vok/1"}, {"version", view.version}, {"worst", WorstOf(view)}, {"sections", Json::array()}};
-  for (const SectionView& section : view.sections) {
-    Json& added = json["sections"].emplace_back(SectionOf(section));
-    added["blocks"] = Json::array();
-    for (const BlockView& block : section.blocks) {
-      Json& added_block = added["blocks"].emplace_back(block_json(section, block));
-      added_block["rank"] = ranks.at(&block);
-    }
-  }
-  return json;
 }
 
 Json CopyOf(std::size_t number, const ItemCopy& copy) {
@@ -95,32 +81,23 @@ Json CopyOf(std::size_t number, const ItemCopy& copy) {
           {"crc32", sound ? Json(ChecksumText(Crc32(copy.Payload()))) : Json()}};
 }
 
-/// Type, ID, location word, state, then, of a sound record, the block offset and length of its payload.
-Json PageSlot(const BlockView& block, const SlotView& slot) {
-  Json json = {slot.header.type, slot.header.id, slot.header.word, NameOfSlotState(slot.header.word)};
-  if (!slot.IsSound()) return json;
-  json.push_back(slot.record.payload() - block.figures.base);
-  json.push_back(slot.record.length);
-  return json;
-}
-
-Json PageBlock(const SectionView& section, const BlockView& block) {
-  Json json = BlockOf(section, block);
-  json["current"] = block.IsCurrent();
-  json["wear_counter"] = block.figures.wear_counter;
-  json["next_slot"] = block.figures.next_slot;
-  json["top"] = block.figures.top;
-  json["slots"] = Json::array();
-  for (const SlotView& slot : block.slots) json["slots"].push_back(PageSlot(block, slot));
-  json["runs"] = Json::array();
-  for (const WrittenRun& run : WrittenRuns(block.figures.base, block.size))
-    json["runs"].push_back({run.offset, Base64(run.bytes)});
-  return json;
-}
-
 }  // namespace
 
-std::string MapJson(const ImageView& view) { return JsonText(MapOf(view, BlockOf)); }
+Json MapObject(const ImageView& view) {
+  const std::map<const BlockView*, std::size_t> ranks = RanksOf(view);
+  Json json = {{"format", "vok/1"}, {"version", view.version}, {"worst", WorstOf(view)}, {"sections", Json::array()}};
+  for (const SectionView& section : view.sections) {
+    Json& added = json["sections"].emplace_back(SectionOf(section));
+    added["blocks"] = Json::array();
+    for (const BlockView& block : section.blocks) {
+      Json& added_block = added["blocks"].emplace_back(BlockOf(section, block));
+      added_block["rank"] = ranks.at(&block);
+    }
+  }
+  return json;
+}
+
+std::string MapJson(const ImageView& view) { return JsonText(MapObject(view)); }
 
 std::string ExplanationJson(const Explanation& explanation) {
   Json json = {{"format", "vok/1"},
@@ -142,23 +119,6 @@ std::string HistoryJson(u16 type, u16 id, std::span<const ItemCopy> copies) {
   json["copies"] = Json::array();
   for (std::size_t i = 0; i < copies.size(); ++i) json["copies"].push_back(CopyOf(i, copies[i]));
   return JsonText(json);
-}
-
-std::string PageJson(const ImageView& view, const std::string& image_name) {
-  Json json = MapOf(view, PageBlock);
-  json["image"] = image_name;
-  json["word_size"] = CurrentLayout().word_size;
-  json["journal_type"] = kJournalType;
-  json["slot_size"] = CurrentLayout().slot_size();
-  json["slots_offset"] = block_header::kSize;
-  json["location_mask"] = CurrentLayout().location_mask;
-  json["state_mask"] = CurrentLayout().state_mask;
-  constexpr int kOneLine = -1;
-  const std::string text = json.dump(kOneLine, ' ', true, Json::error_handler_t::replace);
-  // What ends the script element that holds the data, or opens a comment in it, begins with this character.
-  std::string escaped;
-  for (const char c : text) c == '<' ? escaped += "\\u003c" : escaped += c;
-  return escaped;
 }
 
 }  // namespace vok::tool

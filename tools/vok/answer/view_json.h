@@ -4,6 +4,7 @@
 #include <string>
 
 #include "answer/json.h"
+#include "base/json_text.h"
 #include "view/explanation.h"
 #include "view/image_view.h"
 #include "view/item_copies.h"
@@ -12,11 +13,10 @@
 
 namespace vok::tool {
 
+/// The map as an object to which more can be added.
+Json MapObject(const ImageView& view);
 std::string MapJson(const ImageView& view);
 std::string ExplanationJson(const Explanation& explanation);
 std::string HistoryJson(u16 type, u16 id, std::span<const ItemCopy> copies);
-
-/// The map with every slot and every byte that is not erased, on one line and free of "<", for a page to embed.
-std::string PageJson(const ImageView& view, const std::string& image_name);
 
 }  // namespace vok::tool

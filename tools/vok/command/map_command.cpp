@@ -33,9 +33,9 @@ void TakeMap(Arguments& arguments, Options& options) {
 int RunMap(const Options& options) {
   const LoadedImage image(options.image);
   const ImageView view = ViewImage(image);
-  if (!options.svg.empty()) Deliver(options, options.svg, MapSvg(view));
-  if (!options.html.empty())
-    Deliver(options, options.html, MapPage(view, std::filesystem::path(image.changed_path()).filename().string()));
+  const std::string name = std::filesystem::path(image.changed_path()).filename().string();
+  if (!options.svg.empty()) Deliver(options, options.svg, MapSvg(view, name));
+  if (!options.html.empty()) Deliver(options, options.html, MapPage(view, name));
   if (options.json) {
     Print(MapJson(view));
   } else if (options.svg.empty() && options.html.empty()) {

@@ -33,17 +33,19 @@ std::vector<WrittenRun> WrittenRuns(FlashAddress base, u32 size) {
   return runs;
 }
 
-std::string Base64(std::span<const u8> bytes) {
+void AppendBase64(std::span<const u8> bytes, std::string& text) {
   constexpr std::string_view kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  text.reserve((bytes.size() + 2) / 3 * 4);
-  for (std::size_t i = 0; i < bytes.size(); i += 3) {
-    const std::size_t count = std::min<std::size_t>(3, bytes.size() - i);
-    u32 group = 0;
-    for (std::size_t k = 0; k < 3; ++k) group = group << 8 | (k < count ? bytes[i + k] : 0u);
-    for (std::size_t k = 0; k < 4; ++k) text += k <= count ? kDigits[group >> (18 - 6 * k) & 0x3F] : '=';
+  std::size_t out = text.size();
+  text.resize(out + (bytes.size() + 2) / 3 * 4, '=');
+  for (; bytes.size() >= 3; bytes = bytes.subspan(3)) {
+    const u32 group = u32{bytes[0]} << 16 | u32{bytes[1]} << 8 | bytes[2];
+    for (u32 shift = 24; shift != 0;) text[out++] = kDigits[group >> (shift -= 6) & 0x3F];
   }
-  return text;
+  if (bytes.empty()) return;
+  const u32 group = u32{bytes[0]} << 16 | (bytes.size() == 2 ? u32{bytes[1]} << 8 : 0);
+  text[out++] = kDigits[group >> 18];
+  text[out++] = kDigits[group >> 12 & 0x3F];
+  if (bytes.size() == 2) text[out] = kDigits[group >> 6 & 0x3F];
 }
 
 }  // namespace vok::tool

@@ -17,6 +17,6 @@ struct WrittenRun {
 /// What is written in @p size bytes of the flash image from @p base on: whatever lies in no run is erased.
 std::vector<WrittenRun> WrittenRuns(FlashAddress base, u32 size);
 
-std::string Base64(std::span<const u8> bytes);
+void AppendBase64(std::span<const u8> bytes, std::string& text);
 
 }  // namespace vok::tool

@@ -4,39 +4,38 @@
 
 #include <algorithm>
 
+#include "map/svg_style.h"
+#include "view/ranking.h"
+
 namespace vok::tool {
 
 namespace {
 
 constexpr u32 kWidth = 1040;
 constexpr u32 kMargin = 24;
-constexpr u32 kHeadHeight = 76;
-constexpr u32 kSectionHeight = 40;
-constexpr u32 kRowHeight = 26;
-constexpr u32 kBarHeight = 16;
-constexpr u32 kBarLeft = 300;
-constexpr u32 kBarWidth = 440;
-constexpr u32 kBaseline = 13;  ///< of a row's text, from the bar's upper edge
+constexpr u32 kHeadHeight = 118;
+constexpr u32 kSectionHeight = 44;
+constexpr u32 kGap = 8;
+constexpr u32 kPadding = 8;  ///< between a tile's frame and what stands in it
+constexpr u32 kBarHeight = 12;
+constexpr u32 kSignSize = 14;
 
-constexpr const char* kStyle = R"(<style>
-  svg { --paper: #ffffff; --ink: #1c2430; --soft: #5b6675; --line: #d9dee5;
-        --live: #2f7d5b; --dead: #c2503f; --unfinished: #d99a1c; --free: #e8ecf1; }
-  @media (prefers-color-scheme: dark) {
-    svg { --paper: #14181e; --ink: #e4e9f0; --soft: #98a3b3; --line: #333c48;
-          --live: #46a67c; --dead: #e06c58; --unfinished: #e5b044; --free: #262d37; } }
-  text { font: 13px system-ui, "Segoe UI", "DejaVu Sans", sans-serif; fill: var(--ink); }
-  .title { font-size: 18px; font-weight: 600; }
-  .section { font-size: 14px; font-weight: 600; }
-  .soft { fill: var(--soft); }
-  .figure { text-anchor: end; font-variant-numeric: tabular-nums; }
-  .paper { fill: var(--paper); } .live { fill: var(--live); } .dead { fill: var(--dead); }
-  .unfinished { fill: var(--unfinished); } .free { fill: var(--free); }
-  .frame { fill: none; stroke: var(--line); } .worst { fill: none; stroke: var(--ink); stroke-width: 2; }
-  .mark { font-weight: 600; }
-</style>
-)";
+/// How the tiles of a section stand. Those of a section with many blocks show their number and their bar alone.
+struct Grid {
+  u32 columns;
+  u32 height;  ///< of a tile
+  bool has_words;
 
-/// The text of an element; a section's name and a block's state may hold these characters.
+  u32 width() const { return (kWidth - 2 * kMargin + kGap) / columns - kGap; }
+};
+
+Grid GridFor(std::size_t block_count) {
+  constexpr std::size_t kManyBlocks = 48;
+  if (block_count > kManyBlocks) return {.columns = 14, .height = 42, .has_words = false};
+  return {.columns = std::clamp<u32>(static_cast<u32>(block_count), 4, 6), .height = 64, .has_words = true};
+}
+
+/// The text of an element; the names of files and sections may hold these characters.
 std::string Escaped(const std::string& text) {
   std::string escaped;
   for (const char c : text) {
@@ -55,103 +54,147 @@ std::string TextAt(u32 x, u32 y, const std::string& style, const std::string& te
   return fmt::format("<text x=\"{}\" y=\"{}\" class=\"{}\">{}</text>\n", x, y, style, Escaped(text));
 }
 
-std::string Box(double x, u32 y, double width, const std::string& style) {
-  return fmt::format("<rect x=\"{:.2f}\" y=\"{}\" width=\"{:.2f}\" height=\"{}\" class=\"{}\"/>\n", x, y, width,
-                     kBarHeight, style);
+std::string Box(double x, u32 y, double width, u32 height, const std::string& style) {
+  return fmt::format("<rect x=\"{:.2f}\" y=\"{}\" width=\"{:.2f}\" height=\"{}\" class=\"{}\"/>\n", x, y, width, height,
+                     style);
 }
 
-std::string Bar(const BlockView& block, u32 y) {
+/// Nothing for a condition that needs no sign.
+std::string Sign(u32 x, u32 y, Condition condition) {
+  if (condition == Condition::kFine) return {};
+  return fmt::format("<use href=\"#{0}\" class=\"sign {0}\" transform=\"translate({1} {2}) scale({3:.3f})\"/>\n",
+                     NameOf(condition), x, y, kSignSize / 16.0);
+}
+
+std::string Bar(const BlockView& block, u32 x, u32 y, u32 width) {
   std::string bar;
-  double x = kBarLeft;
+  double left = x;
   const auto add = [&](u32 bytes, const char* style) {
-    const double width = static_cast<double>(kBarWidth) * bytes / block.size;
-    if (bytes != 0) bar += Box(x, y, width, style);
-    x += width;
+    const double share = static_cast<double>(width) * bytes / block.size;
+    if (bytes != 0) bar += Box(left, y, share, kBarHeight, style);
+    left += share;
   };
   add(block.shares.live, "live");
   add(block.shares.dead, "dead");
   add(block.shares.unfinished, "unfinished");
+  add(block.shares.lost, "lost");
   add(block.shares.free, "free");
-  return bar;
+  return bar + Box(x, y, width, kBarHeight, "frame");
 }
 
-/// What to look at in a block.
-std::string MarkOf(std::size_t findings, bool is_worst) {
-  const std::string mark = is_worst ? "worst off" : "";
-  return findings == 0 ? mark : fmt::format("{}{}!{}", mark, is_worst ? " " : "", findings);
+std::string TitleOf(const SectionView& section, const BlockView& block) {
+  const ByteShares& shares = block.shares;
+  return fmt::format(
+      "{} block {} at {}, {}, {}: {} live, {} dead, {} waiting for a repair, {} only by a rebuild, {} free bytes",
+      section.section->name, block.index, HexAddress(block.figures.base), block.StateName(),
+      TextOf(ConditionOf(section, block)), shares.live, shares.dead, shares.unfinished, shares.lost, shares.free);
 }
 
-std::string Row(const SectionView& section, const BlockView& block, u32 y, bool is_worst) {
-  const u32 text_y = y + kBaseline;
-  std::string row = fmt::format("<g><title>{} block {}: {} live, {} dead, {} unfinished, {} free bytes</title>\n",
-                                section.section->name, block.index, block.shares.live, block.shares.dead,
-                                block.shares.unfinished, block.shares.free);
-  row += TextAt(kMargin, text_y, "", std::to_string(block.index));
-  row += TextAt(kMargin + 28, text_y, "soft", HexAddress(block.figures.base));
-  row += TextAt(kMargin + 112, text_y, "", block.StateName());
-  row += TextAt(kMargin + 212, text_y, "soft", block.has_signature ? fmt::format("wear {}", block.erase_count()) : "");
-  row += Bar(block, y) + Box(kBarLeft, y, kBarWidth, is_worst ? "worst" : "frame");
-  row += TextAt(kBarLeft + kBarWidth + 90, text_y, "figure", fmt::format("{} dead", block.shares.dead));
-  row += TextAt(kBarLeft + kBarWidth + 180, text_y, "figure soft", fmt::format("{} free", block.shares.free));
-  row += TextAt(kBarLeft + kBarWidth + 194, text_y, "mark", MarkOf(section.FindingsOf(block.index).size(), is_worst));
-  return row + "</g>\n";
+std::string Tile(const SectionView& section, const BlockView& block, const Grid& grid, u32 x, u32 y) {
+  const Condition condition = ConditionOf(section, block);
+  const u32 right = x + grid.width() - kPadding;
+  std::string tile = fmt::format("<g class=\"block\"><title>{}</title>\n", Escaped(TitleOf(section, block)));
+  tile += fmt::format("<rect x=\"{}\" y=\"{}\" width=\"{}\" height=\"{}\" rx=\"5\" class=\"frame {}\"/>\n", x, y,
+                      grid.width(), grid.height, NameOf(condition));
+  tile += TextAt(x + kPadding, y + 18, "name", std::to_string(block.index));
+  tile += Sign(right - kSignSize, y + 7, condition);
+  tile += Bar(block, x + kPadding, y + 25, grid.width() - 2 * kPadding);
+  if (!grid.has_words) return tile + "</g>\n";
+  tile += TextAt(x + kPadding + 26, y + 18, "soft", block.StateName());
+  tile += TextAt(x + kPadding, y + 54, "", HeadlineOf(section, block));
+  return tile + "</g>\n";
 }
 
-std::string LegendAt(u32 y) {
+std::string SectionTitle(const SectionView& view) {
+  const Section& section = *view.section;
+  return fmt::format("{}, {} × {} bytes from {}", KindOf(section), section.entry.block_count, section.entry.block_size,
+                     HexAddress(section.entry.start));
+}
+
+u32 HeightOf(const SectionView& section) {
+  const Grid grid = GridFor(section.blocks.size());
+  const u32 rows = (static_cast<u32>(section.blocks.size()) + grid.columns - 1) / grid.columns;
+  return kSectionHeight + rows * (grid.height + kGap);
+}
+
+std::string SectionAt(u32 y, const SectionView& section) {
+  const Grid grid = GridFor(section.blocks.size());
+  std::string text =
+      fmt::format("<text x=\"{}\" y=\"{}\" class=\"section\">{} <tspan dx=\"6\" class=\"soft\">{}</tspan></text>\n",
+                  kMargin, y + kSectionHeight - 13, Escaped(section.section->name), Escaped(SectionTitle(section)));
+  for (const BlockView& block : section.blocks) {
+    const u32 column = block.index % grid.columns;
+    const u32 row = block.index / grid.columns;
+    text += Tile(section, block, grid, kMargin + column * (grid.width() + kGap),
+                 y + kSectionHeight + row * (grid.height + kGap));
+  }
+  return text;
+}
+
+std::string Legend(u32 y) {
+  struct Entry {
+    const char* share;
+    const char* text;
+    u32 width;
+  };
   std::string legend;
-  u32 x = kBarLeft + 140;
-  for (const char* const share : {"live", "dead", "unfinished", "free"}) {
-    legend += fmt::format("<rect x=\"{}\" y=\"{}\" width=\"12\" height=\"12\" class=\"{}\"/>\n", x, y - 11, share);
-    legend += TextAt(x + 18, y, "soft", share);
-    x += 100;
+  u32 x = kMargin;
+  for (const Entry& entry : {Entry{"live", "live", 90}, Entry{"dead", "dead: a reorganisation regains it", 270},
+                             Entry{"unfinished", "waits for a repair", 185},
+                             Entry{"lost", "only a rebuild brings it back", 245}, Entry{"free", "free", 90}}) {
+    legend += Box(x, y - 11, 14, kBarHeight, entry.share) + Box(x, y - 11, 14, kBarHeight, "frame");
+    legend += TextAt(x + 20, y, "soft", entry.text);
+    x += entry.width;
   }
-  return legend + TextAt(x, y, "soft", "!N: so many findings");
+  return legend;
 }
 
-u32 HeightOf(const ImageView& view) {
-  u32 height = kHeadHeight + kMargin;
-  for (const SectionView& section : view.sections)
-    height += kSectionHeight + kRowHeight * static_cast<u32>(section.blocks.size());
-  return height;
-}
-
-std::string SectionTitle(const Section& section) {
-  return fmt::format("{}, {}, {} × {} bytes", section.name, KindOf(section), section.entry.block_count,
-                     section.entry.block_size);
-}
-
-std::string Rows(const ImageView& view, const BlockView* worst) {
-  std::string rows;
-  u32 y = kHeadHeight;
-  for (const SectionView& section : view.sections) {
-    rows += TextAt(kMargin, y + kSectionHeight - 16, "section", SectionTitle(*section.section));
-    y += kSectionHeight;
-    for (const BlockView& block : section.blocks) {
-      rows += Row(section, block, y, &block == worst);
-      y += kRowHeight;
-    }
+std::string SignLegend(u32 y) {
+  std::string legend;
+  u32 x = kWidth - kMargin - 312;
+  for (const Condition condition : {Condition::kDamage, Condition::kDue, Condition::kRegain}) {
+    legend += Sign(x, y - 12, condition) + TextAt(x + kSignSize + 6, y, "soft", TextOf(condition));
+    x += 104;
   }
-  return rows;
+  return legend;
+}
+
+std::string SummaryOf(const ImageView& view) {
+  const std::optional<RankedBlock> worst = WorstBlock(view);
+  if (!worst) return "Nothing is damaged, nothing is unfinished, no dead bytes";
+  return fmt::format("Worst off: {} block {}, {}", worst->section->section->name, worst->block->index,
+                     TroubleOf(*worst));
+}
+
+std::string Head(const ImageView& view, const std::string& image_name) {
+  const Condition condition = ConditionOf(view);
+  std::string head = fmt::format(
+      "<text x=\"{}\" y=\"40\" class=\"title\">{} <tspan dx=\"8\" font-size=\"13\" class=\"soft\">flash map, store "
+      "version {}</tspan></text>\n",
+      kMargin, Escaped(image_name), view.version);
+  head += Sign(kMargin, 53, condition);
+  const u32 x = condition == Condition::kFine ? kMargin : kMargin + kSignSize + 6;
+  return head + TextAt(x, 65, "", SummaryOf(view)) + Legend(94) + SignLegend(40);
 }
 
 }  // namespace
 
-std::string MapSvg(const ImageView& view) {
-  const std::optional<RankedBlock> worst = WorstBlock(view);
-  const std::string summary = worst ? fmt::format("Worst off: {} block {}, {}", worst->section->section->name,
-                                                  worst->block->index, TroubleOf(*worst))
-                                    : "No dead bytes, nothing unfinished";
-  const u32 height = HeightOf(view);
+std::string MapSvg(const ImageView& view, const std::string& image_name) {
+  u32 height = kHeadHeight + kMargin - kGap;
+  for (const SectionView& section : view.sections) height += HeightOf(section);
   std::string svg = fmt::format(
       "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"{0}\" "
-      "height=\"{1}\" "
-      "viewBox=\"0 0 {0} {1}\" role=\"img\" aria-labelledby=\"title summary\">\n<title id=\"title\">Flash map</title>\n"
-      "<desc id=\"summary\">{2}</desc>\n{3}<rect width=\"{0}\" height=\"{1}\" class=\"paper\"/>\n",
-      kWidth, height, Escaped(summary), kStyle);
-  svg += TextAt(kMargin, kMargin + 14, "title", fmt::format("Flash map, store version {}", view.version));
-  svg += TextAt(kMargin, kMargin + 38, "soft", summary);
-  svg += LegendAt(kMargin + 14);
-  return svg + Rows(view, worst ? worst->block : nullptr) + "</svg>\n";
+      "height=\"{1}\" viewBox=\"0 0 {0} {1}\" role=\"img\" aria-labelledby=\"title summary\">\n"
+      "<title id=\"title\">Flash map of {2}</title>\n<desc id=\"summary\">{3}</desc>\n{4}"
+      "<rect width=\"{0}\" height=\"{1}\" class=\"paper\"/>\n",
+      kWidth, height, Escaped(image_name), Escaped(SummaryOf(view)), kSvgStyle);
+  svg += Head(view, image_name);
+  u32 y = kHeadHeight - 16;
+  for (const SectionView& section : view.sections) {
+    svg += SectionAt(y, section);
+    y += HeightOf(section);
+  }
+  return svg + "</svg>\n";
 }
 
 }  // namespace vok::tool

@@ -4,7 +4,8 @@
 
 namespace vok::tool {
 
-/// The map as a standalone SVG picture: a bar a block, with legend and figures, for light and dark surroundings.
-std::string MapSvg(const ImageView& view);
+/// The map as a standalone SVG picture: under the image's name and a legend a grid of blocks for each section, for
+/// light and dark surroundings.
+std::string MapSvg(const ImageView& view, const std::string& image_name);
 
 }  // namespace vok::tool

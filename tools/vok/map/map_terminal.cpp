@@ -7,6 +7,7 @@
 #include "base/terminal.h"
 #include "map/screen.h"
 #include "map/share_bar.h"
+#include "view/ranking.h"
 
 namespace vok::tool {
 
@@ -47,15 +48,19 @@ Line TitleLine(const Widths& widths) {
           .after = fmt::format("  {:>7}  {:>7}  {:>7}", "LIVE", "DEAD", "FREE")};
 }
 
+/// What is wrong with a block, in a word; dead bytes have a column of their own.
+std::string MarkOf(const SectionView& section, const BlockView& block) {
+  return ConditionOf(section, block) >= Condition::kDue ? "  " + HeadlineOf(section, block) : "";
+}
+
 Line BlockLine(const Widths& widths, const SectionView& section, const BlockView& block) {
   const std::string wear = block.has_signature ? std::to_string(block.erase_count()) : "-";
-  const std::size_t findings = section.FindingsOf(block.index).size();
   return {.before =
               fmt::format("{:<{}}  {:>5}  {:>{}}  {:<{}}  {:>4}  ", section.section->name, widths.section, block.index,
                           HexAddress(block.figures.base), widths.address, block.StateName(), widths.state, wear),
           .block = &block,
           .after = fmt::format("  {:>7}  {:>7}  {:>7}{}", block.shares.live, block.shares.dead, block.shares.free,
-                               findings != 0 ? fmt::format("  !{}", findings) : "")};
+                               MarkOf(section, block))};
 }
 
 std::size_t BarWidth(const std::vector<Line>& lines) {
@@ -70,9 +75,9 @@ void PrintSummary(const ImageView& view) {
   if (worst)
     Print(fmt::format("worst off: {} block {}, {}\n", worst->section->section->name, worst->block->index,
                       TroubleOf(*worst)));
-  const bool has_findings = std::any_of(view.sections.begin(), view.sections.end(),
-                                        [](const SectionView& section) { return !section.findings.empty(); });
-  if (has_findings) Print("!N: so many findings, which 'vok check' tells\n");
+  const bool has_findings =
+      std::ranges::any_of(view.sections, [](const SectionView& section) { return !section.findings.empty(); });
+  if (has_findings) Print("'vok check' tells what was found\n");
 }
 
 }  // namespace

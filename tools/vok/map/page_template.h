@@ -4,8 +4,8 @@
 
 namespace vok::tool {
 
-/// The page of the map with its style and script in it, and the mark @DATA@ once where the data goes. The build makes
-/// its definition from the files in page/.
+/// The page of the map with its style and script in it, and the marks @DATA@ and @BLOCKS@, each once and in this order,
+/// where its figures and its blocks go. The build makes the definition from the files in page/.
 std::string_view PageTemplate();
 
 }  // namespace vok::tool

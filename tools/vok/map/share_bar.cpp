@@ -12,9 +12,11 @@ struct Mark {
   const char* colour;  ///< control sequence
   const char* meaning;
 };
-constexpr Mark kLive = {'#', "\x1b[30;42m", "live"};
-constexpr Mark kDead = {'x', "\x1b[97;41m", "dead"};
-constexpr Mark kUnfinished = {'!', "\x1b[30;43m", "unfinished"};
+// Red is for damage alone; what is fine has no colour.
+constexpr Mark kLive = {'#', "\x1b[7m", "live"};
+constexpr Mark kDead = {'x', "\x1b[30;43m", "dead: a reorganisation regains it"};
+constexpr Mark kUnfinished = {'!', "\x1b[97;44m", "waits for a repair"};
+constexpr Mark kLost = {'R', "\x1b[97;41m", "only a rebuild brings it back"};
 constexpr Mark kFree = {'.', "\x1b[90m", "free"};
 constexpr const char* kNoColour = "\x1b[0m";
 
@@ -27,10 +29,10 @@ std::string Cells(const Mark& mark, std::size_t count, Colour colour) {
 }  // namespace
 
 BarCells DivideBar(const ByteShares& shares, std::size_t width) {
-  const std::array<u64, 4> bytes = {shares.live, shares.dead, shares.unfinished, shares.free};
+  const std::array<u64, 5> bytes = {shares.live, shares.dead, shares.unfinished, shares.lost, shares.free};
   u64 total = 0;
   for (const u64 share : bytes) total += share;
-  std::array<std::size_t, 4> cells{};
+  std::array<std::size_t, 5> cells{};
   if (total == 0) return {};
   std::size_t used = 0;
   for (std::size_t i = 0; i < bytes.size(); ++i) {
@@ -43,20 +45,23 @@ BarCells DivideBar(const ByteShares& shares, std::size_t width) {
     std::size_t& widest = *std::max_element(cells.begin(), cells.end());
     used < width ? ++widest : --widest;
   }
-  return {.live = cells[0], .dead = cells[1], .unfinished = cells[2], .free = cells[3]};
+  return {.live = cells[0], .dead = cells[1], .unfinished = cells[2], .lost = cells[3], .free = cells[4]};
 }
 
 std::string BarText(const ByteShares& shares, std::size_t width, Colour colour) {
   const BarCells cells = DivideBar(shares, width);
   return Cells(kLive, cells.live, colour) + Cells(kDead, cells.dead, colour) +
-         Cells(kUnfinished, cells.unfinished, colour) + Cells(kFree, cells.free, colour);
+         Cells(kUnfinished, cells.unfinished, colour) + Cells(kLost, cells.lost, colour) +
+         Cells(kFree, cells.free, colour);
 }
 
 std::string BarLegend(Colour colour) {
-  std::string legend;
-  for (const Mark& mark : {kLive, kDead, kUnfinished, kFree})
-    legend += Cells(mark, 1, colour) + ' ' + mark.meaning + (mark.meaning == kFree.meaning ? "" : "   ");
-  return legend;
+  const auto line = [colour](std::initializer_list<Mark> marks) {
+    std::string text;
+    for (const Mark& mark : marks) text += (text.empty() ? "" : "   ") + Cells(mark, 1, colour) + ' ' + mark.meaning;
+    return text;
+  };
+  return line({kLive, kFree, kDead}) + '\n' + line({kUnfinished, kLost});
 }
 
 }  // namespace vok::tool

@@ -12,6 +12,7 @@ struct BarCells {
   std::size_t live = 0;
   std::size_t dead = 0;
   std::size_t unfinished = 0;
+  std::size_t lost = 0;
   std::size_t free = 0;
 };
 
@@ -23,7 +24,7 @@ enum class Colour : bool { kNo, kYes };
 /// The bar as text, with a different character for each share.
 std::string BarText(const ByteShares& shares, std::size_t width, Colour colour);
 
-/// What the characters of a bar mean.
+/// What the characters of a bar mean, in lines for any terminal.
 std::string BarLegend(Colour colour);
 
 }  // namespace vok::tool

@@ -1,6 +1,6 @@
-// The right pane: the chosen slot and the bytes of its item; without a slot the header of the block.
+// The chosen slot and the bytes of its item, bytes at an address, or else the header of the block.
 
-const hexView = document.getElementById("hex");
+const kBytesAround = 256;
 
 function locationText(slot) {
   const units = (slot.word & image.location_mask) >>> 0;
@@ -21,12 +21,13 @@ function recordFacts(slot) {
 }
 
 function copyButtons(slot) {
+  if (slot.isJournal) return null;
   const copies = copiesOf(slot);
-  if (slot.isJournal || copies.length < 2) return null;
+  if (copies.length < 2) return null;
   return element("div", { class: "copies", role: "group", "aria-label": "Copies of this item" },
-    element("span", { class: "soft" }, `${copies.length} copies in flash:`),
+    element("span", { class: "soft" }, `${copies.length} copies in flash, block/slot:`),
     ...copies.map((copy) => element("button",
-      { type: "button", "aria-current": String(copy === slot), onclick: () => goTo(copy) },
+      { type: "button", class: "chip", "aria-current": String(copy === slot), onclick: () => goToSlot(copy) },
       `${copy.block.block}/${copy.number} ${copy.state}`)));
 }
 
@@ -42,16 +43,27 @@ function renderSlotDetail(slot) {
   const findings = slot.block.findings.filter((finding) => finding.slot === slot.number);
   document.getElementById("detail").replaceChildren(
     element("div", { class: "head-line" },
-      element("h2", {}, nameOf(slot)), element("span", { class: `state ${slot.state}` }, slot.state),
+      element("h2", {}, nameOf(slot)), stateText(slot),
+      slot.isLost ? badge("error", "only a rebuild brings it back") : null,
       slot.isCurrent && !slot.isJournal ? element("span", { class: "badge" }, "current copy") : null,
       element("span", { class: "soft" }, `${placeOf(slot.block)} slot ${slot.number}`),
       slot.isSound ? element("button", { type: "button", onclick: () => savePayload(slot) }, "Save bytes") : null),
     factList([
       ["slot at", hex(slot.address)], ["slot bytes", Array.from(slotBytesOf(slot), byteText).join(" ")],
       ["state bits", stateBits(slot)], ["location bits", locationText(slot)], ...recordFacts(slot)]),
-    findingList(findings, (number) => goTo(slot.block.slots[number])) ?? "", copyButtons(slot) ?? "");
-  hexView.textContent = hexDump(payloadOf(slot));
-  hexView.scrollTop = 0;
+    findingList(findings) ?? "", copyButtons(slot) ?? "");
+  const { mark } = chosen;
+  showHex(payloadOf(slot), 0, mark && { start: mark.start - slot.offset, length: mark.length });
+}
+
+/// Bytes that lie in no payload, with those around them.
+function renderBytes(block, mark) {
+  const start = Math.max(0, (mark.start & ~15) - kBytesAround);
+  const end = Math.min(block.size, mark.start + mark.length + kBytesAround);
+  document.getElementById("detail").replaceChildren(
+    element("div", { class: "head-line" }, element("h2", {}, `Address ${hex(block.address + mark.start)}`),
+      element("span", { class: "soft" }, `${placeOf(block)}, in the payload of no item`)));
+  showHex(bytesOf(block).subarray(start, end), block.address + start, { start: mark.start - start, length: mark.length });
 }
 
 function renderBlockDetail(block) {
@@ -59,11 +71,11 @@ function renderBlockDetail(block) {
     element("div", { class: "head-line" }, element("h2", {}, "Block header"),
       element("span", { class: "soft" }, `${placeOf(block)}, first ${image.slots_offset} bytes`)),
     element("div", { class: "soft" }, "Pick a slot to see its item."));
-  hexView.textContent = hexDump(bytesOf(block).subarray(0, image.slots_offset));
-  hexView.scrollTop = 0;
+  showHex(bytesOf(block).subarray(0, image.slots_offset));
 }
 
 function renderDetail() {
   if (chosen.slot) renderSlotDetail(chosen.slot);
+  else if (chosen.mark) renderBytes(chosen.block, chosen.mark);
   else renderBlockDetail(chosen.block);
 }

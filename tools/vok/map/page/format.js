@@ -12,22 +12,16 @@ function plural(number, noun) {
   return `${count(number)} ${noun}${number === 1 ? "" : "s"}`;
 }
 
+function percent(part, whole) {
+  return `${((100 * part) / Math.max(whole, 1)).toFixed(1)} %`;
+}
+
 function byteText(byte) {
   return byte.toString(16).padStart(2, "0");
 }
 
-/// Lines of offset, sixteen bytes and the same as text.
-function hexDump(bytes) {
-  const lines = [];
-  for (let offset = 0; offset < bytes.length; offset += 16) {
-    const line = bytes.subarray(offset, offset + 16);
-    const cells = Array.from(line, byteText);
-    while (cells.length < 16) cells.push("  ");
-    const text = Array.from(line, (b) => (b >= 0x20 && b <= 0x7e ? String.fromCharCode(b) : ".")).join("");
-    const halves = cells.slice(0, 8).join(" ") + "  " + cells.slice(8).join(" ");
-    lines.push(`${offset.toString(16).padStart(8, "0")}  ${halves}  |${text}|`);
-  }
-  return lines.join("\n");
+function characterOf(byte) {
+  return byte >= 0x20 && byte <= 0x7e ? String.fromCharCode(byte) : ".";
 }
 
 function crc32(bytes) {
@@ -50,17 +44,23 @@ function element(tag, attributes = {}, ...children) {
   return made;
 }
 
+/// The sign of a condition or a severity; a word beside it says the same.
+function icon(name) {
+  return document.querySelector(`#icons [data-icon="${name}"]`).cloneNode(true);
+}
+
+function badge(condition, text) {
+  return element("span", { class: `badge ${condition}` }, icon(condition), text);
+}
+
 function factList(facts) {
   return element("dl", { class: "facts" },
     ...facts.map(([name, value]) => element("div", {}, element("dt", {}, name), element("dd", {}, value))));
 }
 
-/// @param open  called with the number of the slot that a finding concerns
-function findingList(findings, open) {
-  if (findings.length === 0) return null;
-  const slotButton = (slot) => element("button", { type: "button", onclick: () => open(slot) }, `slot ${slot}`);
-  return element("ul", { class: "findings", "aria-label": "Findings" },
-    ...findings.map((finding) => element("li", {},
-      finding.slot === undefined ? null : slotButton(finding.slot),
-      element("b", {}, finding.what), element("br"), `repair: ${finding.repair}`)));
+/// Shares of bytes as a bar; empty ones take no room.
+function shareBar(shares, size) {
+  const part = (name) => element("i", { class: name, style: `flex-grow:${shares[name] / size}` });
+  return element("div", { class: "bar", "aria-hidden": "true" },
+    ...["live", "dead", "unfinished", "lost", "free"].filter((name) => shares[name] > 0).map(part));
 }

@@ -1,4 +1,4 @@
-// Keys. The arrows move in the list that has the focus, Enter goes one pane to the right, Escape one to the left.
+// Keys. The arrows move in the list that has the focus, Enter goes one pane further in, Escape one back out.
 
 const kPage = 15;
 
@@ -7,40 +7,42 @@ function stepOf(key, length) {
   return { ArrowUp: -1, ArrowDown: 1, PageUp: -kPage, PageDown: kPage, Home: -length, End: length }[key];
 }
 
+/// The same among tiles, which stand in rows.
+function stepOfTiles(key, length) {
+  const inRow = tilesInRow();
+  const steps = { ArrowLeft: -1, ArrowRight: 1, ArrowUp: -inRow, ArrowDown: inRow };
+  return steps[key] ?? stepOf(key, length);
+}
+
 function stepIn(list, current, step) {
   const from = list.indexOf(current);
-  return list[Math.max(0, Math.min(list.length - 1, from < 0 ? 0 : from + step))];
+  return list[Math.max(0, Math.min(list.length - 1, from + step))];
 }
 
 function onBlockKey(event) {
-  const listed = listedBlocks();
-  const step = stepOf(event.key, listed.length);
-  if (step !== undefined && listed.length > 0) chooseBlock(stepIn(listed, chosen.block, step));
-  else if (event.key === "Enter") openSlots();
-  else if (event.key === "ArrowLeft" || event.key === "ArrowRight") stepSection(event.key === "ArrowLeft" ? -1 : 1);
+  const all = listedBlocks();
+  const step = stepOfTiles(event.key, all.length);
+  if (step !== undefined && all.length > 0) {
+    chooseBlock(stepIn(all, chosen.block, step));
+    remember(true);
+  } else if (event.key === "Enter" && chosen.block) openSlots();
+  else if (event.key === "Escape") goToOverview();
   else return;
-  event.preventDefault();
-}
-
-function onSectionKey(event) {
-  if (event.key !== "ArrowLeft" && event.key !== "ArrowRight") return;
-  stepSection(event.key === "ArrowLeft" ? -1 : 1);
-  sectionTabs.querySelector('[aria-selected="true"]').focus();
   event.preventDefault();
 }
 
 /// The slots take the focus, with one of them chosen.
 function openSlots() {
-  const listed = listedSlots();
-  if (!chosen.slot && listed.length > 0) chooseSlot(listed[0]);
+  if (!chosen.slot && listed.length > 0) chooseSlot(slotAt(chosen.block, listed[0]));
   slotTable.focus();
 }
 
 function onSlotKey(event) {
-  const listed = listedSlots();
   const step = stepOf(event.key, listed.length);
-  if (step !== undefined && listed.length > 0) chooseSlot(stepIn(listed, chosen.slot, step));
-  else if (event.key === "Enter") hexView.focus();
+  if (step !== undefined && listed.length > 0) {
+    chooseSlot(slotAt(chosen.block, stepIn(listed, chosen.slot?.index, step)));
+    remember(true);
+  } else if (event.key === "Enter") hexView.focus();
   else if (event.key === "Escape") blockList.focus();
   else return;
   event.preventDefault();
@@ -65,7 +67,6 @@ function isTyping(target) {
 }
 
 blockList.addEventListener("keydown", onBlockKey);
-sectionTabs.addEventListener("keydown", onSectionKey);
 slotTable.addEventListener("keydown", onSlotKey);
 searchBox.addEventListener("keydown", onSearchKey);
 hexView.addEventListener("keydown", (event) => { if (event.key === "Escape") slotTable.focus(); });

@@ -1,9 +1,9 @@
 # Makes the page of the map, with its style and script in it, into a source file of the tool.
 set(VOK_PAGE_DIR ${CMAKE_CURRENT_LIST_DIR})
-set(VOK_PAGE_STYLES theme.css panes.css)
+set(VOK_PAGE_STYLES theme.css frame.css panes.css)
 # In this order: what a file uses while it loads stands in one before it.
-set(VOK_PAGE_SCRIPTS model.js format.js choice.js blocks.js slots.js strip.js detail.js search.js keyboard.js theme.js
-                     start.js)
+set(VOK_PAGE_SCRIPTS model.js format.js lists.js findings.js choice.js blocks.js overview.js slots.js strip.js hex.js
+                     detail.js query.js find_bytes.js search.js keyboard.js theme.js start.js)
 set(VOK_PAGE_FILES map_page.html ${VOK_PAGE_STYLES} ${VOK_PAGE_SCRIPTS} embed.cmake)
 list(TRANSFORM VOK_PAGE_FILES PREPEND ${VOK_PAGE_DIR}/)
 

@@ -1,24 +1,14 @@
-// The page begins at the block that is worst off.
+// The page begins with the overview, or with what its address names.
 
 function start() {
-  document.getElementById("image-name").textContent = `${image.image}, store version ${image.version}`;
+  document.getElementById("image-name").textContent = image.image;
+  document.getElementById("image-facts").textContent =
+    `flash map, store version ${image.version}, ${plural(blocks.length, "block")}`;
   document.title = `Flash map of ${image.image}`;
-  const worst = blocks.find((block) => block.isWorst);
-  const callout = document.getElementById("worst");
-  callout.hidden = false;
-  callout.textContent = worst ? `Worst off: ${placeOf(worst)}, ${image.worst.why}` : "No dead bytes, nothing unfinished";
-  callout.disabled = !worst;
-  callout.addEventListener("click", () => {
-    if (chosenSection !== kAllSections) chooseSection(kAllSections);
-    chooseBlock(worst);
-    blockList.focus();
-  });
-  renderSections();
-  if (blocks.length === 0) return;
-  chosen.block = worst ?? blocks[0];
+  renderOverview();
   renderBlocks();
-  chooseBlock(chosen.block);
-  blockList.focus();
+  followPath();
+  blockList.focus({ preventScroll: true });
 }
 
 start();

@@ -6,7 +6,7 @@ const prefersDark = window.matchMedia("(prefers-color-scheme: dark)");
 function applyTheme(isDark) {
   document.documentElement.dataset.theme = isDark ? "dark" : "light";
   themeButton.setAttribute("aria-pressed", String(isDark));
-  if (chosen.block) drawStrip();
+  drawStrip();
 }
 
 let isThemePicked = false;
