@@ -24,6 +24,28 @@ check_pkg_config() {
   done
 }
 
+# What the shell completes "vok WORD..." to.
+completions() {
+  COMP_WORDS=(vok "$@") COMP_CWORD=$#
+  _vok
+  echo "${COMPREPLY[*]}"
+}
+
+# The manual page, the completions and one version everywhere.
+check_tool() {
+  local prefix=$1 version
+  zcat "$prefix/share/man/man1/vok.1.gz" | grep '^\.SS .*repair' >/dev/null
+  # shellcheck source=/dev/null
+  . "$prefix/share/bash-completion/completions/vok"
+  [ "$(completions rep)" = repair ]
+  [ "$(completions torture --operation rename)" = 'rename rename-plain' ]
+  [ "$(completions list --js)" = --json ]
+  version=$(pkg-config --modversion vok-c)
+  [ "$("$prefix/bin/vok" --version)" = "vok $version" ]
+  "$work/consumer/examples/program" "$samples/psdt.bin" "$samples/codeplug.bin" "$work/out" | grep "libvok $version" >/dev/null
+  zcat "$prefix/share/man/man1/vok.1.gz" | grep "vok $version" >/dev/null
+}
+
 check_tree() {
   local prefix=$1 library
   library=$(find "$prefix" -name libvok_c.so)
@@ -31,6 +53,7 @@ check_tree() {
   quietly cmake --build "$work/consumer"
   check_pkg_config "$(find "$prefix" -name pkgconfig)"
   "$here/../examples/check_examples.sh" "$work/consumer/examples" "$prefix/bin/vok" "$library" "$samples"
+  check_tool "$prefix"
 }
 
 check_installed() {

@@ -7,6 +7,8 @@
 
 #include "command/command_table.h"
 #include "command/image_options.h"
+#include "command/written_help.h"
+#include "vok/version.h"
 
 namespace vok::tool {
 
@@ -19,7 +21,8 @@ struct Parser {
   const CommandEntry* command = nullptr;  ///< the one that was asked for
 
   explicit Parser(Options& target) : options(target) {
-    app.set_version_flag("--version", "vok " VOK_TOOL_VERSION);
+    app.set_version_flag("--version", "vok " VOK_VERSION);
+    TakeWrittenHelp(app);
     app.require_subcommand(0, 1);
     app.fallthrough();
     app.get_formatter()->column_width(36);
