@@ -1,6 +1,6 @@
 #pragma once
 
-#include "store/read/index/acceleration.h"
+#include "store/volume/index/acceleration.h"
 #include "store/volume/records.h"
 
 namespace vok {

@@ -18,11 +18,6 @@ u32 FixedItemCost() { return 2 * CurrentLayout().word_size + 4; }
 
 u32 AboveZero(u32 value, u32 reduction) { return value > reduction ? value - reduction : 0; }
 
-bool AwaitsErase(const BlockRecord& block) {
-  const BlockStates& states = CurrentLayout().states;
-  return block.state == states.retired || block.state == states.erased || block.state == states.erasing;
-}
-
 /// The block held back for reorganisations: the first that will be erased, else the first Free one.
 const BlockRecord* SpareBlock(const PartitionRecord& partition) {
   const std::span<const BlockRecord> blocks(partition.block_table, partition.block_count);

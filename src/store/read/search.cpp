@@ -4,7 +4,7 @@
 #include "flash/hooks.h"
 #include "store/read/directory.h"
 #include "store/read/hunt.h"
-#include "store/read/index/acceleration.h"
+#include "store/volume/index/acceleration.h"
 
 namespace vok {
 

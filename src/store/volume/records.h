@@ -80,6 +80,11 @@ inline bool IsSearched(const BlockRecord& block) {
   return block.state == states.active || block.state == states.reorg_target || block.state == states.reorg_source;
 }
 
+inline bool AwaitsErase(const BlockRecord& block) {
+  const BlockStates& states = CurrentLayout().states;
+  return block.state == states.retired || block.state == states.erased || block.state == states.erasing;
+}
+
 /// Bytes between the next slot and the lowest record, less the word that stays erased; 0 for a block that is overfull.
 /// Not meaningful while next slot is 0.
 inline u32 FreeSpace(const BlockRecord& block) {

@@ -2,7 +2,7 @@
 
 #include "flash/codes.h"
 #include "flash/hooks.h"
-#include "store/read/index/acceleration.h"
+#include "store/volume/index/acceleration.h"
 #include "store/volume/lock_table.h"
 #include "store/volume/records.h"
 #include "vok/store.h"

@@ -2,22 +2,82 @@
 
 #include "flash/codes.h"
 #include "flash/hooks.h"
+#include "store/volume/index/acceleration.h"
 #include "store/volume/lock_table.h"
 
 namespace vok {
 
 namespace {
 
-bool TakesRecords(const BlockRecord& block, SpaceUse use) {
-  const BlockStates& states = CurrentLayout().states;
-  return block.state == states.active || (use == SpaceUse::kReorganise && block.state == states.reorg_target);
+/// The choice of a block for a record, from the blocks that are shown to it in rising order.
+class Choice {
+ public:
+  Choice(const PartitionRecord& partition, u32 length, SpaceUse use)
+      : partition_(partition), need_(RecordAndSlotSize(length)), use_(use), best_(partition.block_size) {
+    // A move may use up the spare, and a write-once partition keeps none.
+    if (use == SpaceUse::kReorganise || IsWriteOnce(partition)) spares_ = 1;
+  }
+
+  /// A block in use: the least room that suffices wins, on a tie the lower index.
+  void OfferUsed(u16 i) {
+    const BlockRecord& block = partition_.block_table[i];
+    if (!TakesRecords(block)) return;
+    const u32 free = UsableSpace(block);
+    if (free < need_ || free >= best_) return;
+    best_ = free;
+    place_ = {.length_word = block.top - CurrentLayout().word_size, .block = i};
+  }
+  /// Blocks that are free now or will be once they are erased.
+  void CountSpares(u32 spares) { spares_ += spares; }
+  void CountTargets(u32 targets) {
+    if (use_ == SpaceUse::kWrite) spares_ += targets;
+  }
+  /// A Free block may be opened. A damaged one may carry slots; it is not, when the record would not fit between them.
+  bool OfferFree(u16 i) {
+    if (UsableSpace(partition_.block_table[i]) < need_) return false;
+    last_free_ = i;
+    return true;
+  }
+
+  /// The last spare stays, so that a reorganisation always finds a target.
+  RecordPlace Result() const {
+    RecordPlace place = place_;
+    if (place.block == kNoBlock && spares_ > 1) place.block = last_free_;
+    return place;
+  }
+
+ private:
+  bool TakesRecords(const BlockRecord& block) const {
+    const BlockStates& states = CurrentLayout().states;
+    return block.state == states.active || (use_ == SpaceUse::kReorganise && block.state == states.reorg_target);
+  }
+
+  const PartitionRecord& partition_;
+  u64 need_;
+  SpaceUse use_;
+  u32 best_;
+  u32 spares_ = 0;
+  u16 last_free_ = kNoBlock;
+  RecordPlace place_;
+};
+
+void OfferListed(const OpenBlocks& blocks, Choice& choice) {
+  for (const u16 i : blocks.takers()) choice.OfferUsed(i);
+  choice.CountSpares(blocks.awaiting_erase() + static_cast<u32>(blocks.free().size()));
+  choice.CountTargets(blocks.targets());
+  for (const u16 i : blocks.free())
+    if (choice.OfferFree(i)) return;
 }
 
-/// A block that is free now or will be once it is erased.
-bool CountsAsSpare(const BlockRecord& block, SpaceUse use) {
+void OfferAll(const PartitionRecord& partition, Choice& choice) {
   const BlockStates& states = CurrentLayout().states;
-  return block.state == states.free || block.state == states.retired || block.state == states.erased ||
-         block.state == states.erasing || (use == SpaceUse::kWrite && block.state == states.reorg_target);
+  for (u16 i = 0; i < partition.block_count; ++i) {
+    const BlockRecord& block = partition.block_table[i];
+    choice.OfferUsed(i);
+    choice.CountSpares(block.state == states.free || AwaitsErase(block));
+    choice.CountTargets(block.state == states.reorg_target);
+    if (block.state == states.free) choice.OfferFree(i);
+  }
 }
 
 /// Opening comes first, so that a mount can tell a block being taken into use from a Free one.
@@ -50,28 +110,12 @@ u16 PlaceRecord(PartitionRecord& partition, u32 length, RecordPlace& place) {
 }  // namespace
 
 RecordPlace FindBlockForRecord(const PartitionRecord& partition, u32 length, SpaceUse use) {
-  const u64 need = RecordAndSlotSize(length);
-  RecordPlace place;
-  u32 best = partition.block_size;
-  u16 last_free = kNoBlock;
-  // A move may use up the spare, and a write-once partition keeps none.
-  u32 spares = use == SpaceUse::kReorganise || IsWriteOnce(partition) ? 1 : 0;
-  for (u16 i = 0; i < partition.block_count; ++i) {
-    const BlockRecord& block = partition.block_table[i];
-    if (TakesRecords(block, use)) {
-      const u32 free = UsableSpace(block);
-      if (free < need || free >= best) continue;
-      best = free;
-      place = {.length_word = block.top - CurrentLayout().word_size, .block = i};
-    } else if (CountsAsSpare(block, use)) {
-      ++spares;
-      // A damaged Free block may carry slots; it is not offered when the record would not fit between them.
-      if (block.state == CurrentLayout().states.free && UsableSpace(block) >= need) last_free = i;
-    }
-  }
-  // The last spare stays, so that a reorganisation always finds a target.
-  if (place.block == kNoBlock && spares > 1) place.block = last_free;
-  return place;
+  Choice choice(partition, length, use);
+  if (const OpenBlocks* const blocks = OpenBlocksOf(partition))
+    OfferListed(*blocks, choice);
+  else
+    OfferAll(partition, choice);
+  return choice.Result();
 }
 
 u16 FindSpareBlock(const PartitionRecord& partition, u16& spare) {

@@ -3,7 +3,7 @@
 #include "flash/codes.h"
 #include "flash/hooks.h"
 #include "store/read/directory.h"
-#include "store/read/index/acceleration.h"
+#include "store/volume/index/acceleration.h"
 #include "store/read/value_set.h"
 #include "vok/store.h"
 

@@ -2,9 +2,9 @@
 
 #include <memory>
 
-#include "store/read/index/slot_table.h"
-#include "store/read/index/type_lists.h"
-#include "store/read/index/type_table.h"
+#include "store/volume/index/slot_table.h"
+#include "store/volume/index/type_lists.h"
+#include "store/volume/index/type_table.h"
 
 namespace vok {
 

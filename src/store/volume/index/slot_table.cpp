@@ -1,4 +1,4 @@
-#include "store/read/index/slot_table.h"
+#include "store/volume/index/slot_table.h"
 
 #include <bit>
 #include <new>

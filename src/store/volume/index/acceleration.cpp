@@ -1,4 +1,4 @@
-#include "store/read/index/acceleration.h"
+#include "store/volume/index/acceleration.h"
 
 #include <algorithm>
 #include <new>
@@ -28,6 +28,10 @@ ItemIndex* detail::MakeIndex(const PartitionRecord& partition) {
   return index;
 }
 
+OpenBlocks* detail::MakeOpenBlocks(const PartitionRecord& partition) {
+  return accelerations[NumberOf(partition)].open_blocks = new (std::nothrow) OpenBlocks(partition);
+}
+
 void MakeCacheIndex(const PartitionRecord& partition, u16 capacity) {
   if (!kAccelerationIsOn) return;
   CacheIndex*& index = detail::accelerations[NumberOf(partition)].cache;
@@ -39,6 +43,7 @@ void DropAcceleration() {
   for (detail::Acceleration& acceleration : detail::accelerations) {
     delete acceleration.items;
     delete acceleration.cache;
+    delete acceleration.open_blocks;
     acceleration = {};
   }
   partitions_in_use = 0;

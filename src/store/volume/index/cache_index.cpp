@@ -1,4 +1,4 @@
-#include "store/read/index/cache_index.h"
+#include "store/volume/index/cache_index.h"
 
 #include <algorithm>
 #include <bit>

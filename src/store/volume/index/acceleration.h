@@ -2,8 +2,9 @@
 
 #include <array>
 
-#include "store/read/index/cache_index.h"
-#include "store/read/index/item_index.h"
+#include "store/volume/index/cache_index.h"
+#include "store/volume/index/item_index.h"
+#include "store/volume/index/open_blocks.h"
 
 /// The acceleration: what the store keeps in RAM to be fast, and nothing else. Without it (VOK_ACCELERATION off, or no
 /// memory for it) every operation walks the flash and does the same.
@@ -16,10 +17,12 @@ namespace detail {
 struct Acceleration {
   ItemIndex* items = nullptr;
   CacheIndex* cache = nullptr;
+  OpenBlocks* open_blocks = nullptr;
 };
 inline constinit std::array<Acceleration, 256> accelerations{};  ///< by partition number
 
 ItemIndex* MakeIndex(const PartitionRecord& partition);
+OpenBlocks* MakeOpenBlocks(const PartitionRecord& partition);
 
 }  // namespace detail
 
@@ -38,6 +41,14 @@ void MakeCacheIndex(const PartitionRecord& partition, u16 capacity);
 /// Null when the cache must be looked through.
 inline CacheIndex* CacheIndexOf(const PartitionRecord& partition) {
   return detail::accelerations[NumberOf(partition)].cache;
+}
+
+/// The open blocks of a partition, from its mount on; null when all blocks must be looked at.
+inline const OpenBlocks* OpenBlocksOf(const PartitionRecord& partition) {
+  if (!kAccelerationIsOn || !IsMounted(partition)) return nullptr;
+  OpenBlocks* blocks = detail::accelerations[NumberOf(partition)].open_blocks;
+  if (blocks == nullptr) blocks = detail::MakeOpenBlocks(partition);
+  return blocks != nullptr && blocks->Refresh() ? blocks : nullptr;
 }
 
 /// At the end of the store.

@@ -1,4 +1,4 @@
-#include "store/read/index/item_index.h"
+#include "store/volume/index/item_index.h"
 
 #include <algorithm>
 #include <new>
@@ -18,7 +18,7 @@ ItemIndex::ItemIndex(const PartitionRecord& partition)
 bool ItemIndex::CatchUp() {
   if (given_up_) return false;
   if (layout_ == &CurrentLayout()) {
-    FollowStates();
+    if (states_seen_ != block_state_changes) FollowStates();
     SettlePending();
   }
   if (layout_ != &CurrentLayout() && !Build()) {
@@ -109,6 +109,7 @@ u16 ItemIndex::BlockOf(FlashAddress address) const {
 }
 
 void ItemIndex::BeforeChange(FlashAddress address, u64 count) {
+  if (address >= pending_ && address + count <= pending_ + slot_size_ && pending_ != kNothing) return;
   if (layout_ == nullptr || address >= end_ || address + count <= base_) return;
   const FlashAddress first = std::max(address, base_);
   const FlashAddress last = std::min(address + count, end_) - 1;

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "store/read/index/type_table.h"
+#include "store/volume/index/type_table.h"
 
 namespace vok {
 

@@ -1,4 +1,4 @@
-#include "store/read/index/type_lists.h"
+#include "store/volume/index/type_lists.h"
 
 #include <new>
 
