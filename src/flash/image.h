@@ -50,6 +50,8 @@ inline u16 ReadFlashWord16(FlashAddress address) {
 }
 
 inline u32 ReadFlashWord32(FlashAddress address) {
+  if (InFlash(address, 4)) [[likely]]
+    return BigEndian32(VirtualMemoryAddress(address));
   return static_cast<u32>(ReadFlashWord16(address)) << 16 | ReadFlashWord16(address + 2);
 }
 

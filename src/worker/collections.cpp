@@ -3,6 +3,7 @@
 
 #include "flash/codes.h"
 #include "flash/image.h"
+#include "store/read/item_ids.h"
 #include "store/volume/layout.h"
 #include "vok/store.h"
 #include "vok/vok_worker.h"
@@ -15,6 +16,7 @@ namespace {
 constexpr std::uint32_t kScratchSize = 0x20000;
 constexpr std::uint32_t kListSize = 65535;
 constexpr std::uint16_t kNotWritten = 0xFFFF;
+constexpr std::size_t kReadAhead = 6;  ///< items of a list whose bytes are on their way while one is copied
 
 void ThrowUnlessOk(std::uint16_t code) {
   if (code != code::kOk) throw VokError(code);
@@ -33,16 +35,32 @@ class Scratch {
   std::unique_ptr<T[]> buffer_;
 };
 
-void AppendItemsOfType(std::uint8_t partition, std::uint16_t type, std::uint16_t* ids, std::vector<VOKITEM>& items) {
-  std::uint16_t cursor = 0;
+/// A list of items to be read, with the places of their records.
+struct ReadingList {
+  std::vector<VOKITEM>& items;
+  std::vector<vok::FlashAddress> records;
+};
+
+void AppendItemsOfType(std::uint8_t partition, std::uint16_t type, std::uint16_t* ids, ReadingList& list) {
   std::uint32_t count = kListSize;
-  std::uint32_t total_length = kListSize;
-  ThrowUnlessOk(vok::ListItems(partition, type, &cursor, nullptr, ids, &count, &total_length));
+  ThrowUnlessOk(vok::ListItemIds(partition, type, ids, count, list.records));
   for (std::uint32_t i = 0; i < count; ++i) {
-    VOKITEM& item = items.emplace_back();
+    VOKITEM& item = list.items.emplace_back();
     item.Type = type;
     item.Id = ids[i];
   }
+}
+
+void AppendItems(std::uint16_t start_type, ReadingList& list) {
+  const std::uint8_t partition = vok::FindPartitionForType(start_type);
+  Scratch<std::uint16_t, kListSize> types;
+  Scratch<std::uint16_t, kListSize> ids;
+  if (types.Get() == nullptr) return;
+  std::uint16_t cursor = start_type;
+  std::uint32_t count = kListSize;
+  ThrowUnlessOk(vok::ListTypes(partition, &cursor, nullptr, types.Get(), &count));
+  for (std::uint32_t i = 0; i < count; ++i)
+    if (ids.Get() != nullptr) AppendItemsOfType(partition, types.Get()[i], ids.Get(), list);
 }
 
 }  // namespace
@@ -54,25 +72,21 @@ std::uint16_t VokWorker::GetVOKItems(const std::string& section, std::vector<VOK
 }
 
 std::uint16_t VokWorker::GetVOKItems(std::uint16_t start_type, std::vector<VOKITEM>& items) {
-  const std::uint8_t partition = vok::FindPartitionForType(start_type);
-  Scratch<std::uint16_t, kListSize> types;
-  Scratch<std::uint16_t, kListSize> ids;
-  if (types.Get() == nullptr) return code::kOk;
-  std::uint16_t cursor = start_type;
-  std::uint32_t count = kListSize;
-  ThrowUnlessOk(vok::ListTypes(partition, &cursor, nullptr, types.Get(), &count));
-  for (std::uint32_t i = 0; i < count; ++i)
-    if (ids.Get() != nullptr) AppendItemsOfType(partition, types.Get()[i], ids.Get(), items);
+  ReadingList list{.items = items, .records = {}};
+  AppendItems(start_type, list);
   return code::kOk;
 }
 
 std::vector<VOKITEM> VokWorker::ReadAllVOK(const std::string& section) {
   std::vector<VOKITEM> items;
-  GetVOKItems(section, items);
+  ReadingList list{.items = items, .records = {}};
+  if (std::uint16_t start_type = 0; GetSectionStartVokType(section, start_type)) AppendItems(start_type, list);
   Scratch<std::uint8_t, kScratchSize> buffer;
   std::uint64_t total = 0;
-  for (VOKITEM& item : items) {
+  for (std::size_t i = 0; i < items.size(); ++i) {
     if (buffer.Get() == nullptr) continue;
+    if (i + kReadAhead < items.size()) vok::FetchRecord(list.records[i + kReadAhead]);
+    VOKITEM& item = items[i];
     std::uint32_t length = kScratchSize;
     if (ReadVOK(item.Type, item.Id, buffer.Get(), length) != code::kOk) break;
     // More than the image holds: records that damage lets overlap, each of which would take memory anew.

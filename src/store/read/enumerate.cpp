@@ -4,6 +4,7 @@
 #include "flash/codes.h"
 #include "flash/hooks.h"
 #include "store/read/directory.h"
+#include "store/read/item_ids.h"
 #include "store/read/search.h"
 #include "store/read/value_set.h"
 #include "vok/store.h"
@@ -58,7 +59,9 @@ u32 LengthOf(const PartitionRecord& partition, const SearchResult& item) {
   return ItemDataLength(partition, partition.block_table[item.block], item.header);
 }
 
-u16 ListItemsFromFlash(PartitionRecord& partition, u16 type, u16* out, u32& count, u32* total_length) {
+/// @param note  called with every item listed
+template <typename Note>
+u16 ListItemsFromFlash(PartitionRecord& partition, u16 type, u16* out, u32& count, Note note) {
   const LockGuard lock(PartitionLock(partition));
   u32 n = 0;
   bool too_many = false;
@@ -66,7 +69,7 @@ u16 ListItemsFromFlash(PartitionRecord& partition, u16 type, u16* out, u32& coun
     too_many = n == count;
     if (too_many) return false;
     out[n++] = item.header.id;
-    if (total_length != nullptr) *total_length += LengthOf(partition, item);
+    note(item);
     return true;
   });
   count = n;
@@ -116,6 +119,23 @@ u16 ListTypes(u8 partition, u16* cursor, const ValueSetChunk* set, u16* out, u32
                         : ListTypesFromFlash(PartitionAt(partition), out, *count);
 }
 
+u16 ListItemIds(u8 partition, u16 type, u16* out, u32& count, std::vector<FlashAddress>& records) {
+  if (u16 code = CheckPartitionMounted(partition)) return code;
+  if (!IsItemType(type)) return Fail(code::kInvalidType);
+  PartitionRecord& record = PartitionAt(partition);
+  return ListItemsFromFlash(record, type, out, count, [&](const SearchResult& item) {
+    records.push_back(LengthWordAddress(record.block_table[item.block].base, item.header.word));
+  });
+}
+
+void FetchRecord(FlashAddress length_word) {
+  // A small payload lies right below its length word.
+  constexpr FlashAddress kCacheLine = 64;
+  if (!InFlash(length_word, 1) || length_word < kCacheLine) return;
+  __builtin_prefetch(VirtualMemoryAddress(length_word));
+  __builtin_prefetch(VirtualMemoryAddress(length_word - kCacheLine));
+}
+
 u16 ListItems(u8 partition, u16 type, u16* cursor, const ValueSetChunk* set, u16* out, u32* count, u32* total_length) {
   if (u16 code = CheckPartitionMounted(partition)) return code;
   if (!IsItemType(type)) return Fail(code::kInvalidType);
@@ -130,8 +150,10 @@ u16 ListItems(u8 partition, u16 type, u16* cursor, const ValueSetChunk* set, u16
 
   PartitionRecord& record = PartitionAt(partition);
   if (set != nullptr) return ListItemsFromSet(record, type, *cursor, *set, out, *count, total_length);
-  return out != nullptr ? ListItemsFromFlash(record, type, out, *count, total_length)
-                        : CountItems(record, type, *count);
+  if (out == nullptr) return CountItems(record, type, *count);
+  return ListItemsFromFlash(record, type, out, *count, [&](const SearchResult& item) {
+    if (total_length != nullptr) *total_length += LengthOf(record, item);
+  });
 }
 
 }  // namespace vok

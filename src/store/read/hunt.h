@@ -1,5 +1,9 @@
 #pragma once
 
+#include <bit>
+
+#include "flash/codes.h"
+#include "flash/hooks.h"
 #include "store/volume/records.h"
 
 /// Hunt flags: 16 tokens of a partition, one for each running search. A reorganisation clears the validity of all of
@@ -11,8 +15,23 @@ namespace vok {
 class HuntFlag {
  public:
   /// Takes the lowest free flag; taken() tells whether there was one (127 is reported otherwise).
-  explicit HuntFlag(PartitionRecord& partition);
-  ~HuntFlag();
+  explicit HuntFlag(PartitionRecord& partition) : partition_(partition) {
+    {
+      const StoreLock lock;
+      const int flag = std::countr_one(partition.hunts_in_use);
+      if (flag < 16) bit_ = static_cast<u16>(1u << flag);
+      partition.hunts_in_use |= bit_;
+    }
+    if (taken())
+      partition.hunts_valid |= bit_;
+    else
+      Fail(code::kOutOfHuntFlags);
+  }
+  ~HuntFlag() {
+    if (!taken()) return;
+    const StoreLock lock;
+    partition_.hunts_in_use &= static_cast<u16>(~bit_);
+  }
   HuntFlag(const HuntFlag&) = delete;
   HuntFlag& operator=(const HuntFlag&) = delete;
 

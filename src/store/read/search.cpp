@@ -3,8 +3,6 @@
 #include "flash/codes.h"
 #include "flash/hooks.h"
 #include "store/read/directory.h"
-#include "store/read/hunt.h"
-#include "store/volume/index/acceleration.h"
 
 namespace vok {
 
@@ -30,7 +28,9 @@ bool SearchBlock(const PartitionRecord& partition, u16 index, FlashAddress first
   return false;
 }
 
-bool WalkBlocks(const PartitionRecord& partition, u16 type, u16 id, SearchStart start, SearchResult& result) {
+/// One pass over the header slots. Kept out of the way of searches that the index answers.
+[[gnu::noinline]] bool WalkBlocks(const PartitionRecord& partition, u16 type, u16 id, SearchStart start,
+                                  SearchResult& result) {
   u16 index = 0;
   FlashAddress first = 0;
   if (start.ContinuesAfterSlot()) {
@@ -48,9 +48,9 @@ bool WalkBlocks(const PartitionRecord& partition, u16 type, u16 id, SearchStart 
 /// One pass over the partition's slots, by the index or by a walk.
 bool SearchSlots(const PartitionRecord& partition, u16 type, u16 id, SearchStart start, SearchResult& result) {
   ItemIndex* const index = IndexOf(partition);
-  FlashAddress slot = 0;
-  if (index == nullptr || !index->Find(type, id, start.ContinuesAfterSlot() ? start.slot() : 0, slot))
-    return WalkBlocks(partition, type, id, start, result);
+  if (index == nullptr || (id == kAnyId && !index->CanList())) return WalkBlocks(partition, type, id, start, result);
+  const FlashAddress after = start.ContinuesAfterSlot() ? start.slot() : 0;
+  const FlashAddress slot = id == kAnyId ? index->Find(type, after) : index->Find(type, id, after);
   if (slot == 0) return false;
   result.slot = slot;
   result.block = index->BlockOf(slot);

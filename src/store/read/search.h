@@ -1,5 +1,7 @@
 #pragma once
 
+#include "store/read/hunt.h"
+#include "store/volume/index/acceleration.h"
 #include "store/volume/slots.h"
 
 /// The one way from (type, ID) to an item's current header slot.
@@ -46,10 +48,25 @@ struct SearchResult {
 /// reorganisation runs again from the same start.
 SearchResult FindItem(PartitionRecord& partition, u16 type, u16 id, Caching caching, SearchStart start);
 
+/// Goes through a type's items by the index. One hunt flag serves all the searches: without hooks nothing comes
+/// between.
+template <typename Use>
+u16 ForEachIndexed(PartitionRecord& partition, ItemIndex& index, u16 type, Use use) {
+  const HuntFlag flag(partition);
+  if (!flag.taken()) return code::kOutOfHuntFlags;
+  for (FlashAddress slot = index.Find(type, 0); slot != 0; slot = index.Find(type, slot))
+    if (!use(SearchResult{.slot = slot, .block = index.BlockOf(slot), .error = 0, .header = ReadHeader(slot)}))
+      return code::kOk;
+  return code::kOk;
+}
+
 /// Calls @p use (SearchResult) for every Valid item of a type in flash order until it returns false.
 /// @return the error of the last search (0 or 127)
 template <typename Use>
 u16 ForEachItem(PartitionRecord& partition, u16 type, Use use) {
+  if (OwnHooks() == nullptr)
+    if (ItemIndex* const index = IndexOf(partition); index != nullptr && index->CanList())
+      return ForEachIndexed(partition, *index, type, use);
   SearchStart start = SearchStart::Scan();
   for (;;) {
     const SearchResult item = FindItem(partition, type, kAnyId, Caching::kOff, start);

@@ -7,27 +7,6 @@ namespace vok {
 
 StoreRoot* store_root = nullptr;
 
-u16 CheckPartitionExists(u8 partition) {
-  if (store_root == nullptr) return Fail(code::kUninitialized);
-  if (partition >= store_root->partition_count) return Fail(code::kInvalidPartition);
-  return code::kOk;
-}
-
-u16 CheckPartitionMounted(u8 partition) {
-  if (u16 code = CheckPartitionExists(partition)) return code;
-  return IsMounted(PartitionAt(partition)) ? code::kOk : Fail(code::kUnmounted);
-}
-
-u16 CheckPartitionWritable(u8 partition) {
-  if (u16 code = CheckPartitionMounted(partition)) return code;
-  return IsReadOnly(PartitionAt(partition)) ? Fail(code::kReadOnly) : code::kOk;
-}
-
-u16 CheckTypeAndId(u16 type, u16 id) {
-  if (!IsItemType(type)) return Fail(code::kInvalidType);
-  return id == kAnyId ? Fail(code::kInvalidId) : code::kOk;
-}
-
 void ResetBlockRecord(const PartitionRecord& partition, BlockRecord& block) {
   block.dead_bytes = 0;
   block.deleted_slots = 0;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "flash/codes.h"
+#include "flash/hooks.h"
 #include "store/volume/layout.h"
 #include "vok/store.h"
 
@@ -41,13 +43,26 @@ inline PartitionRecord& PartitionAt(u8 partition) { return store_root->partition
 inline u8 NumberOf(const PartitionRecord& partition) { return static_cast<u8>(&partition - store_root->partitions); }
 
 /// @return 0; 138 not set up; 116 no such partition.
-u16 CheckPartitionExists(u8 partition);
+inline u16 CheckPartitionExists(u8 partition) {
+  if (store_root == nullptr) return Fail(code::kUninitialized);
+  if (partition >= store_root->partition_count) return Fail(code::kInvalidPartition);
+  return code::kOk;
+}
 /// @return as CheckPartitionExists(); 140 not mounted.
-u16 CheckPartitionMounted(u8 partition);
+inline u16 CheckPartitionMounted(u8 partition) {
+  if (u16 code = CheckPartitionExists(partition)) return code;
+  return IsMounted(PartitionAt(partition)) ? code::kOk : Fail(code::kUnmounted);
+}
 /// @return as CheckPartitionMounted(); 134 read-only.
-u16 CheckPartitionWritable(u8 partition);
+inline u16 CheckPartitionWritable(u8 partition) {
+  if (u16 code = CheckPartitionMounted(partition)) return code;
+  return IsReadOnly(PartitionAt(partition)) ? Fail(code::kReadOnly) : code::kOk;
+}
 /// @return 0; 118 not an item type; 112 ID 65535.
-u16 CheckTypeAndId(u16 type, u16 id);
+inline u16 CheckTypeAndId(u16 type, u16 id) {
+  if (!IsItemType(type)) return Fail(code::kInvalidType);
+  return id == kAnyId ? Fail(code::kInvalidId) : code::kOk;
+}
 
 /// The locks of a partition; null for a read-only one, which has none to take.
 inline u32* PartitionLock(PartitionRecord& partition) { return IsReadOnly(partition) ? nullptr : &partition.locks[0]; }

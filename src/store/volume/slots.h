@@ -26,8 +26,9 @@ struct SlotHeader {
 
 inline SlotHeader ReadHeader(FlashAddress slot) {
   detail::CountRead();
-  return {.type = ReadFlashWord16(slot + slot_field::kType),
-          .id = ReadFlashWord16(slot + slot_field::kId),
+  const u32 name = ReadFlashWord32(slot + slot_field::kType);
+  return {.type = static_cast<u16>(name >> 16),
+          .id = static_cast<u16>(name),
           .word = ReadHeaderWord(slot + slot_field::kLocationWord)};
 }
 

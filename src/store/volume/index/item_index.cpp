@@ -104,10 +104,6 @@ void ItemIndex::Remove(u32 name, FlashAddress slot) {
     *free = std::min(*free, static_cast<u16>(name));
 }
 
-u16 ItemIndex::BlockOf(FlashAddress address) const {
-  return static_cast<u16>(static_cast<u32>(address - base_) / partition_.block_size);
-}
-
 void ItemIndex::BeforeChange(FlashAddress address, u64 count) {
   if (address >= pending_ && address + count <= pending_ + slot_size_ && pending_ != kNothing) return;
   if (layout_ == nullptr || address >= end_ || address + count <= base_) return;
@@ -155,7 +151,7 @@ void ItemIndex::SettlePending() {
   }
 }
 
-bool ItemIndex::ListTypes() {
+bool ItemIndex::MakeLists() {
   if (!lists_.Reserve(slots_.size())) return false;
   for (u16 i = 0; i < partition_.block_count; ++i) {
     if (!blocks_[i].covered) continue;
@@ -166,22 +162,10 @@ bool ItemIndex::ListTypes() {
   return true;
 }
 
-bool ItemIndex::Find(u16 type, u16 id, FlashAddress after, FlashAddress& slot) {
-  if (id != kAnyId) {
-    slot = slots_.Find(NameOf(type, id), after);
-    return true;
-  }
-  if (!lists_hold_ && !ListTypes()) return false;
-  // Items retired since the lists were made are still in them.
-  slot = lists_.Find(type, after);
-  while (slot != 0 && !IsValid(ReadHeader(slot).word)) slot = lists_.Find(type, slot);
-  return true;
-}
-
 u16 ItemIndex::FirstFreeId(u16 type) {
   u16* const first_free = first_free_.At(type);
   u16 id = first_free != nullptr ? *first_free : u16{0};
-  while (id != kAnyId && slots_.Find(NameOf(type, id), 0) != 0) ++id;
+  while (id != kAnyId && Find(type, id, 0) != 0) ++id;
   if (first_free != nullptr) *first_free = id;
   return id;
 }

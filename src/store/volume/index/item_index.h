@@ -28,12 +28,22 @@ class ItemIndex {
   /// @name Answers of a fresh index
   /// @{
 
-  /// The lowest Valid slot of an item (ID 65535: of a type) above @p after, 0 = none.
-  /// @return false when only a walk can answer
-  bool Find(u16 type, u16 id, FlashAddress after, FlashAddress& slot);
+  /// The lowest Valid slot of an item above @p after; 0 when there is none.
+  FlashAddress Find(u16 type, u16 id, FlashAddress after) const { return slots_.Find(NameOf(type, id), after); }
+  /// Whether it can go through the items of a type: not without memory.
+  bool CanList() { return lists_hold_ || MakeLists(); }
+  /// The lowest Valid slot of a type above @p after; 0 when there is none.
+  FlashAddress Find(u16 type, FlashAddress after) {
+    FlashAddress slot = lists_.Find(type, after);
+    // Items retired since the lists were made are still in them.
+    while (slot != 0 && !IsValid(ReadHeader(slot).word)) slot = lists_.Find(type, slot);
+    return slot;
+  }
   /// The lowest ID that no item of the type has; 65535 when there is none.
   u16 FirstFreeId(u16 type);
-  u16 BlockOf(FlashAddress address) const;
+  u16 BlockOf(FlashAddress address) const {
+    return static_cast<u16>(static_cast<u32>(address - base_) / partition_.block_size);
+  }
   /// @}
 
   /// The bytes are about to change.
@@ -63,7 +73,7 @@ class ItemIndex {
   void Touch(u16 block, u32 number);
   void SettlePending();
 
-  bool ListTypes();
+  bool MakeLists();
 
   const BlockRecord& Record(u16 block) const { return partition_.block_table[block]; }
   FlashAddress SlotAt(u16 block, u32 number) const { return FirstSlot(Record(block)) + u64{number} * slot_size_; }

@@ -43,15 +43,4 @@ void SlotTable::Erase(u32 name, FlashAddress slot) {
   for (; cells_[i] == kErased; i = (i - 1) & mask_, --taken_) cells_[i] = kEmpty;
 }
 
-FlashAddress SlotTable::Find(u32 name, FlashAddress after) const {
-  const u64 hash = HashOf(name);
-  FlashAddress lowest = 0;
-  for (u32 i = HomeOf(hash); cells_[i] != kEmpty; i = Next(i)) {
-    if (!SameTag(cells_[i], hash)) continue;
-    const FlashAddress slot = FlashAddress{cells_[i] & kSlotMask} * 2;
-    if (slot > after && (lowest == 0 || slot < lowest) && NameAt(slot) == name) lowest = slot;
-  }
-  return lowest;
-}
-
 }  // namespace vok

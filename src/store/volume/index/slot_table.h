@@ -26,7 +26,16 @@ class SlotTable {
   void Erase(u32 name, FlashAddress slot);
 
   /// The lowest slot above @p after with the name; 0 when there is none.
-  FlashAddress Find(u32 name, FlashAddress after) const;
+  FlashAddress Find(u32 name, FlashAddress after) const {
+    const u64 hash = HashOf(name);
+    FlashAddress lowest = 0;
+    for (u32 i = HomeOf(hash); cells_[i] != kEmpty; i = Next(i)) {
+      if (!SameTag(cells_[i], hash)) continue;
+      const FlashAddress slot = FlashAddress{cells_[i] & kSlotMask} * 2;
+      if (slot > after && (lowest == 0 || slot < lowest) && NameAt(slot) == name) lowest = slot;
+    }
+    return lowest;
+  }
 
   u32 size() const { return size_; }
 

@@ -27,13 +27,4 @@ bool TypeLists::Append(u16 type, FlashAddress slot) {
   return true;
 }
 
-FlashAddress TypeLists::Find(u16 type, FlashAddress after) {
-  const List* const list = lists_.Existing(type);
-  if (list == nullptr) return 0;
-  u32 place = after != 0 && nodes_[found_].slot == after ? nodes_[found_].next : list->first;
-  while (place != 0 && nodes_[place].slot <= after) place = nodes_[place].next;
-  found_ = place;
-  return nodes_[place].slot;
-}
-
 }  // namespace vok

@@ -16,9 +16,19 @@ class TypeLists {
   bool Append(u16 type, FlashAddress slot);
 
   /// The first slot above @p after that was of the type; 0 when there is none.
-  FlashAddress Find(u16 type, FlashAddress after);
+  FlashAddress Find(u16 type, FlashAddress after) {
+    const bool goes_on = after != 0 && nodes_[found_].slot == after;
+    found_ = goes_on ? nodes_[found_].next : FirstOf(type);
+    while (found_ != 0 && nodes_[found_].slot <= after) found_ = nodes_[found_].next;
+    return nodes_[found_].slot;
+  }
 
  private:
+  u32 FirstOf(u16 type) {
+    const List* const list = lists_.Existing(type);
+    return list != nullptr ? list->first : 0;
+  }
+
   struct Node {
     u32 slot;
     u32 next;  ///< place of the type's next node, 0 = none
