@@ -49,6 +49,14 @@ double AfterOpening(Host& host, Work work) {
   return TimeOf(work);
 }
 
+/// Work that changes nothing is timed in its second round: what the caches hold after a fill of 32 MiB is no property
+/// of either side.
+template <typename Work>
+double Warm(Work work) {
+  work();
+  return TimeOf(work);
+}
+
 template <typename Work>
 double OnYardstick(const Case& c, Work work) {
   Yardstick yardstick = Holding(c.items);
@@ -106,27 +114,33 @@ double StoreMountAndRead(Case& c) {
 }
 
 double StoreRead(Case& c) {
-  return AfterOpening(c.usual, [&] { ReadAll(c.shuffled, true, SameId, c.usual); });
+  c.usual.Open();
+  return Warm([&] { ReadAll(c.shuffled, true, SameId, c.usual); });
 }
 double YardRead(const Case& c) {
-  return OnYardstick(c, [&](Yardstick& y) { ReadAll(c.shuffled, true, SameId, y); });
+  Yardstick yardstick = Holding(c.items);
+  return Warm([&] { ReadAll(c.shuffled, true, SameId, yardstick); });
 }
 double StoreAbsent(Case& c) {
-  return AfterOpening(c.usual, [&] { ReadAll(c.shuffled, false, AbsentId, c.usual); });
+  c.usual.Open();
+  return Warm([&] { ReadAll(c.shuffled, false, AbsentId, c.usual); });
 }
 double YardAbsent(const Case& c) {
-  return OnYardstick(c, [&](Yardstick& y) { ReadAll(c.shuffled, false, AbsentId, y); });
+  Yardstick yardstick = Holding(c.items);
+  return Warm([&] { ReadAll(c.shuffled, false, AbsentId, yardstick); });
 }
 
 double StoreTakeApart(Case& c) {
+  c.usual.Open();
   std::vector<VOKITEM> items;
-  const double seconds = AfterOpening(c.usual, [&] { items = c.usual.worker().ReadAllVOK("CPLG"); });
+  const double seconds = Warm([&] { items = c.usual.worker().ReadAllVOK("CPLG"); });
   Expect(items.size() == c.items.size(), "ReadAllVOK");
   return seconds;
 }
 double YardTakeApart(const Case& c) {
+  const Yardstick yardstick = Holding(c.items);
   std::vector<Item> items;
-  return OnYardstick(c, [&](Yardstick& y) { items = y.TakeApart(); });
+  return Warm([&] { items = yardstick.TakeApart(); });
 }
 
 double StoreNew(Case& c) {
@@ -189,15 +203,17 @@ double YardRename(const Case& c) {
 
 double StoreList(Case& c) {
   std::vector<std::uint16_t> ids(c.items.size());
-  return AfterOpening(c.usual, [&] {
+  c.usual.Open();
+  return Warm([&] {
     auto count = static_cast<std::uint32_t>(ids.size());
     std::uint32_t bytes = 0;
     Expect(ListItems(Host::kPartition, kFirstType, nullptr, nullptr, ids.data(), &count, &bytes) == 0, "ListItems");
   });
 }
 double YardList(const Case& c) {
+  const Yardstick yardstick = Holding(c.items);
   std::vector<std::uint16_t> ids;
-  return OnYardstick(c, [&](Yardstick& y) { ids = y.List(kFirstType); });
+  return Warm([&] { ids = yardstick.List(kFirstType); });
 }
 
 std::uint32_t PerItem(std::uint32_t items) { return items; }

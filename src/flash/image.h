@@ -55,6 +55,14 @@ inline u32 ReadFlashWord32(FlashAddress address) {
   return static_cast<u32>(ReadFlashWord16(address)) << 16 | ReadFlashWord16(address + 2);
 }
 
+/// Brings the bytes at @p address and right below it, which will be read soon, nearer to the processor.
+inline void FetchBytes(FlashAddress address) {
+  constexpr FlashAddress kCacheLine = 64;
+  if (address < kCacheLine || address >= kFlashSize) return;
+  __builtin_prefetch(VirtualMemoryAddress(address));
+  __builtin_prefetch(VirtualMemoryAddress(address - kCacheLine));
+}
+
 /// Copies @p count bytes out of the image; those beyond its end come as erased.
 void CopyFromFlash(u8* destination, FlashAddress address, u32 count);
 

@@ -59,6 +59,9 @@ void AppendItems(std::uint16_t start_type, ReadingList& list) {
   std::uint16_t cursor = start_type;
   std::uint32_t count = kListSize;
   ThrowUnlessOk(vok::ListTypes(partition, &cursor, nullptr, types.Get(), &count));
+  const std::uint32_t likely_count = vok::LikelyItemCount(partition);
+  list.items.reserve(list.items.size() + likely_count);
+  list.records.reserve(likely_count);
   for (std::uint32_t i = 0; i < count; ++i)
     if (ids.Get() != nullptr) AppendItemsOfType(partition, types.Get()[i], ids.Get(), list);
 }
@@ -85,7 +88,7 @@ std::vector<VOKITEM> VokWorker::ReadAllVOK(const std::string& section) {
   std::uint64_t total = 0;
   for (std::size_t i = 0; i < items.size(); ++i) {
     if (buffer.Get() == nullptr) continue;
-    if (i + kReadAhead < items.size()) vok::FetchRecord(list.records[i + kReadAhead]);
+    if (i + kReadAhead < items.size()) vok::FetchBytes(list.records[i + kReadAhead]);
     VOKITEM& item = items[i];
     std::uint32_t length = kScratchSize;
     if (ReadVOK(item.Type, item.Id, buffer.Get(), length) != code::kOk) break;

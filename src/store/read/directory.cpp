@@ -129,7 +129,7 @@ u16 SetTypeIdCount(u8 partition, u16 type, std::int32_t id_count) {
   return code::kOk;
 }
 
-TypeEntry DirLookupType(const PartitionRecord& partition, u16 type) {
+TypeEntry FindTypeEntry(const PartitionRecord& partition, u16 type) {
   for (u8* range = FirstRange(partition); range != nullptr; range = NextRange(partition, range)) {
     const u16 first = LoadFrom<u16>(range + range_field::kFirstType);
     if (first <= type && type <= LoadFrom<u16>(range + range_field::kLastType))

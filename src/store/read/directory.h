@@ -40,8 +40,12 @@ class TypeEntry {
   u8* entry_ = nullptr;
 };
 
-/// The entry of a type, or none.
-TypeEntry DirLookupType(const PartitionRecord& partition, u16 type);
+TypeEntry FindTypeEntry(const PartitionRecord& partition, u16 type);
+
+/// The entry of a type, or none; nothing is carved from the arena of a partition without type ranges.
+inline TypeEntry DirLookupType(const PartitionRecord& partition, u16 type) {
+  return partition.arena_used != 0 ? FindTypeEntry(partition, type) : TypeEntry();
+}
 
 enum class DirKnowledge : u8 {
   kUnknown,  ///< the flash must be scanned

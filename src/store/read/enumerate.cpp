@@ -128,12 +128,10 @@ u16 ListItemIds(u8 partition, u16 type, u16* out, u32& count, std::vector<FlashA
   });
 }
 
-void FetchRecord(FlashAddress length_word) {
-  // A small payload lies right below its length word.
-  constexpr FlashAddress kCacheLine = 64;
-  if (!InFlash(length_word, 1) || length_word < kCacheLine) return;
-  __builtin_prefetch(VirtualMemoryAddress(length_word));
-  __builtin_prefetch(VirtualMemoryAddress(length_word - kCacheLine));
+u32 LikelyItemCount(u8 partition) {
+  if (store_root == nullptr || partition >= store_root->partition_count) return 0;
+  const ItemIndex* const index = IndexOf(PartitionAt(partition));
+  return index != nullptr ? index->size() : 0;
 }
 
 u16 ListItems(u8 partition, u16 type, u16* cursor, const ValueSetChunk* set, u16* out, u32* count, u32* total_length) {

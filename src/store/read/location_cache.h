@@ -1,5 +1,9 @@
 #pragma once
 
+#include <bit>
+#include <cstddef>
+
+#include "store/read/arena_bytes.h"
 #include "store/volume/index/acceleration.h"
 #include "store/volume/records.h"
 
@@ -25,12 +29,16 @@ class LocationCache {
   /// Lays an empty cache over @p size bytes.
   static void Place(u8* base, u32 size);
 
-  u16 capacity() const;
+  u16 capacity() const { return LoadFrom<u16>(base_ + kCapacityOffset); }
 
   /// The entry of an item, searched from the newest to the oldest; 65535 = none.
-  u16 Find(u16 type, u16 id) const;
-  FlashAddress slot(u16 entry) const;
-  void set_slot(u16 entry, FlashAddress slot);
+  u16 Find(u16 type, u16 id) const {
+    const u32 key = KeyValue(type, id);
+    if (index_ == nullptr || IsEmptyKey(key)) return LookThrough(key);
+    return index_->Find(key, [this](u16 entry) { return KeyAt(entry); });
+  }
+  FlashAddress slot(u16 entry) const { return LoadFrom<FlashAddress>(Entry(entry) + kSlotOffset); }
+  void set_slot(u16 entry, FlashAddress slot) { StoreTo(Entry(entry) + kSlotOffset, slot); }
 
   /// Overwrites the oldest entry. The item must not be cached yet.
   void Insert(u16 type, u16 id, FlashAddress slot);
@@ -38,8 +46,22 @@ class LocationCache {
   void Forget(u16 type, u16 id);
 
  private:
-  u8* Entry(u16 index) const;
-  u32 KeyAt(u16 entry) const;
+  static constexpr u32 kHeadOffset = 0;
+  static constexpr u32 kCapacityOffset = 2;
+  static constexpr u32 kFirstEntryOffset = 8;
+  static constexpr u32 kEntrySize = 16;
+  static constexpr u32 kSlotOffset = 8;
+
+  /// Type and ID as one value, so that a search compares both at once.
+  struct Key {
+    u16 type;
+    u16 id;
+  };
+  static u32 KeyValue(u16 type, u16 id) { return std::bit_cast<u32>(Key{type, id}); }
+  static bool IsEmptyKey(u32 key) { return std::bit_cast<Key>(key).type == 0; }
+
+  u8* Entry(u16 index) const { return base_ + kFirstEntryOffset + std::size_t{index} * kEntrySize; }
+  u32 KeyAt(u16 entry) const { return LoadFrom<u32>(Entry(entry)); }
   void SetKey(u16 entry, u32 key);
   u16 LookThrough(u32 key) const;
 

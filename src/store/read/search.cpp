@@ -50,11 +50,17 @@ bool SearchSlots(const PartitionRecord& partition, u16 type, u16 id, SearchStart
   ItemIndex* const index = IndexOf(partition);
   if (index == nullptr || (id == kAnyId && !index->CanList())) return WalkBlocks(partition, type, id, start, result);
   const FlashAddress after = start.ContinuesAfterSlot() ? start.slot() : 0;
-  const FlashAddress slot = id == kAnyId ? index->Find(type, after) : index->Find(type, id, after);
-  if (slot == 0) return false;
-  result.slot = slot;
-  result.block = index->BlockOf(slot);
-  result.header = ReadHeader(slot);
+  if (id != kAnyId) {
+    const IndexedSlot found = index->Find(type, id, after);
+    result.slot = found.slot;
+    result.header = {.type = type, .id = id, .word = found.word};
+  } else if ((result.slot = index->Find(type, after)) != 0) {
+    result.header = ReadHeader(result.slot);
+  }
+  if (!result.found()) return false;
+  result.block = index->BlockOf(result.slot);
+  // Most callers go on to the record, whose payload ends at its length word.
+  FetchBytes(LengthWordAddress(partition.block_table[result.block].base, result.header.word));
   return true;
 }
 

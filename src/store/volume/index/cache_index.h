@@ -26,11 +26,11 @@ class CacheIndex {
     next_[entry] = head;
     head = entry;
   }
-  /// The entry must be linked under the key.
+  /// Does nothing when the entry is not linked under the key.
   void Unlink(u32 key, u16 entry) {
     u16* link = &heads_[HomeOf(key)];
-    while (*link != entry) link = &next_[*link];
-    *link = next_[entry];
+    while (*link != entry && *link != kNone) link = &next_[*link];
+    if (*link == entry) *link = next_[entry];
   }
 
  private:

@@ -1,6 +1,7 @@
 #include "store/volume/index/item_index.h"
 
 #include <algorithm>
+#include <bit>
 #include <new>
 
 namespace vok {
@@ -8,7 +9,9 @@ namespace vok {
 ItemIndex::ItemIndex(const PartitionRecord& partition)
     : partition_(partition),
       base_(PartitionBase(partition)),
-      end_(base_ + u64{partition.block_size} * partition.block_count) {
+      end_(base_ + u64{partition.block_size} * partition.block_count),
+      block_shift_(std::has_single_bit(partition.block_size) ? static_cast<u32>(std::countr_zero(partition.block_size))
+                                                             : 0) {
   blocks_.reset(new (std::nothrow) Coverage[partition.block_count]());
   // Odd block sizes would give slots odd addresses.
   given_up_ = blocks_ == nullptr || end_ > kFlashSize || partition.block_size % 2 != 0 ||
@@ -40,12 +43,20 @@ void ItemIndex::Forget() {
   first_free_.Clear();
 }
 
+/// Walks what searches look into.
+template <typename Use>
+void ItemIndex::ForEachValid(Use use) const {
+  for (u16 i = 0; i < partition_.block_count; ++i) {
+    if (!IsSearched(Record(i))) continue;
+    for (SlotWalk walk(partition_, Record(i)); walk.AtSlot(); walk.Advance())
+      if (walk.IsValidItem()) use(walk);
+  }
+}
+
 bool ItemIndex::Build() {
   Forget();
   u32 valid = 0;
-  for (u16 i = 0; i < partition_.block_count; ++i)
-    if (IsSearched(Record(i)))
-      for (SlotWalk walk(partition_, Record(i)); walk.AtSlot(); walk.Advance()) valid += walk.IsValidItem();
+  ForEachValid([&valid](const SlotWalk&) { ++valid; });
   if (!slots_.Reserve(valid)) return false;
   layout_ = &CurrentLayout();
   slot_size_ = layout_->slot_size();
@@ -85,7 +96,7 @@ void ItemIndex::ReadOn(u16 block) {
   SlotWalk walk(partition_, Record(block), SlotAt(block, coverage.slots));
   for (; walk.AtSlot(); walk.Advance()) {
     ++coverage.slots;
-    if (walk.IsValidItem()) Add(NameAt(walk.slot()), walk.slot());
+    if (walk.IsValidItem()) Add(walk.slot(), walk.header());
     if (layout_ == nullptr) return;
   }
   coverage.ran_out = walk.RanOut();
@@ -93,9 +104,9 @@ void ItemIndex::ReadOn(u16 block) {
 }
 
 /// A full table is made anew, larger, by the next search.
-void ItemIndex::Add(u32 name, FlashAddress slot) {
+void ItemIndex::Add(FlashAddress slot, const SlotHeader& header) {
   lists_hold_ = false;
-  if (!slots_.Insert(name, slot)) Forget();
+  if (!slots_.Insert(NameOf(header.type, header.id), {.slot = slot, .word = header.word})) Forget();
 }
 
 void ItemIndex::Remove(u32 name, FlashAddress slot) {
@@ -147,25 +158,23 @@ void ItemIndex::SettlePending() {
     Uncover(pending_block_);
     Cover(pending_block_);
   } else if (IsValid(header.word)) {
-    Add(NameOf(header.type, header.id), slot);
+    Add(slot, header);
   }
 }
 
 bool ItemIndex::MakeLists() {
-  if (!lists_.Reserve(slots_.size())) return false;
-  for (u16 i = 0; i < partition_.block_count; ++i) {
-    if (!blocks_[i].covered) continue;
-    for (SlotWalk walk(partition_, Record(i)); walk.AtSlot(); walk.Advance())
-      if (walk.IsValidItem() && !lists_.Append(walk.header().type, walk.slot())) return false;
-  }
-  lists_hold_ = true;
-  return true;
+  lists_.Release();
+  bool has_memory = true;
+  ForEachValid([&](const SlotWalk& walk) { has_memory = has_memory && lists_.Count(walk.header().type); });
+  lists_hold_ = has_memory && lists_.Begin();
+  if (lists_hold_) ForEachValid([&](const SlotWalk& walk) { lists_.Append(walk.header().type, walk.slot()); });
+  return lists_hold_;
 }
 
 u16 ItemIndex::FirstFreeId(u16 type) {
   u16* const first_free = first_free_.At(type);
   u16 id = first_free != nullptr ? *first_free : u16{0};
-  while (id != kAnyId && Find(type, id, 0) != 0) ++id;
+  while (id != kAnyId && Find(type, id, 0).slot != 0) ++id;
   if (first_free != nullptr) *first_free = id;
   return id;
 }

@@ -28,8 +28,9 @@ class ItemIndex {
   /// @name Answers of a fresh index
   /// @{
 
-  /// The lowest Valid slot of an item above @p after; 0 when there is none.
-  FlashAddress Find(u16 type, u16 id, FlashAddress after) const { return slots_.Find(NameOf(type, id), after); }
+  /// The lowest Valid slot of an item above @p after.
+  IndexedSlot Find(u16 type, u16 id, FlashAddress after) const { return slots_.Find(NameOf(type, id), after); }
+  u32 size() const { return slots_.size(); }
   /// Whether it can go through the items of a type: not without memory.
   bool CanList() { return lists_hold_ || MakeLists(); }
   /// The lowest Valid slot of a type above @p after; 0 when there is none.
@@ -42,7 +43,8 @@ class ItemIndex {
   /// The lowest ID that no item of the type has; 65535 when there is none.
   u16 FirstFreeId(u16 type);
   u16 BlockOf(FlashAddress address) const {
-    return static_cast<u16>(static_cast<u32>(address - base_) / partition_.block_size);
+    const u32 offset = static_cast<u32>(address - base_);
+    return static_cast<u16>(block_shift_ != 0 ? offset >> block_shift_ : offset / partition_.block_size);
   }
   /// @}
 
@@ -62,12 +64,14 @@ class ItemIndex {
   bool CatchUp();
   bool Build();
   void Forget();
+  template <typename Use>
+  void ForEachValid(Use use) const;
 
   void FollowStates();
   void Cover(u16 block);
   void Uncover(u16 block);
   void ReadOn(u16 block);
-  void Add(u32 name, FlashAddress slot);
+  void Add(FlashAddress slot, const SlotHeader& header);
   void Remove(u32 name, FlashAddress slot);
 
   void Touch(u16 block, u32 number);
@@ -83,6 +87,7 @@ class ItemIndex {
   const PartitionRecord& partition_;
   const FlashAddress base_;
   const FlashAddress end_;
+  const u32 block_shift_;           ///< of a block size that is a power of two; 0 = it is none
   const Layout* layout_ = nullptr;  ///< in force when the index was built; null = there is none
   u32 slot_size_ = 0;
   bool given_up_ = false;

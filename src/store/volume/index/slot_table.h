@@ -11,9 +11,16 @@ constexpr u32 NameOf(u16 type, u16 id) { return static_cast<u32>(type) << 16 | i
 /// The name as it stands in a header slot.
 inline u32 NameAt(FlashAddress slot) { return BigEndian32(VirtualMemoryAddress(slot) + slot_field::kType); }
 
-/// A hash table from names to header slots of the flash image, at most two thirds full; names and slots may stand in it
-/// more than once, together only once. It keeps no names of its own: a cell is a slot address and seven bits of the
-/// name's hash, the rest is read from the slot. So a slot must be erased before its name changes in flash.
+/// A slot as the index knows it.
+struct IndexedSlot {
+  FlashAddress slot = 0;  ///< 0 = none
+  u32 word = 0;           ///< location word
+};
+
+/// A hash table from names to header slots of the flash image, at most two thirds full; names may stand in it more than
+/// once, slots only once. It keeps no names of its own: a cell has a slot address and seven bits of the name's hash,
+/// the rest is read from the slot. So a slot must be erased before its name changes in flash. The location word is
+/// kept, since the slots of many blocks share few lines of a processor's cache: what comes next need not wait for them.
 class SlotTable {
  public:
   /// Empties the table and makes room for @p slots of them and some more. @return false without memory
@@ -21,18 +28,19 @@ class SlotTable {
   void Release() { *this = {}; }
 
   /// @return false when the table is full
-  bool Insert(u32 name, FlashAddress slot);
+  bool Insert(u32 name, const IndexedSlot& slot);
   /// Does nothing when the slot is not in the table under this name.
   void Erase(u32 name, FlashAddress slot);
 
-  /// The lowest slot above @p after with the name; 0 when there is none.
-  FlashAddress Find(u32 name, FlashAddress after) const {
+  /// The lowest slot above @p after with the name.
+  IndexedSlot Find(u32 name, FlashAddress after) const {
     const u64 hash = HashOf(name);
-    FlashAddress lowest = 0;
-    for (u32 i = HomeOf(hash); cells_[i] != kEmpty; i = Next(i)) {
-      if (!SameTag(cells_[i], hash)) continue;
-      const FlashAddress slot = FlashAddress{cells_[i] & kSlotMask} * 2;
-      if (slot > after && (lowest == 0 || slot < lowest) && NameAt(slot) == name) lowest = slot;
+    IndexedSlot lowest;
+    for (u32 i = HomeOf(hash); cells_[i].key != kEmpty; i = Next(i)) {
+      if (!SameTag(cells_[i].key, hash)) continue;
+      const FlashAddress slot = FlashAddress{cells_[i].key & kSlotMask} * 2;
+      if (slot > after && (lowest.slot == 0 || slot < lowest.slot) && NameAt(slot) == name)
+        lowest = {.slot = slot, .word = cells_[i].word};
     }
     return lowest;
   }
@@ -40,19 +48,24 @@ class SlotTable {
   u32 size() const { return size_; }
 
  private:
-  /// Slots have even addresses below 32 MiB, and none is so low that its cell would look empty or erased.
+  /// Slots have even addresses below 32 MiB, and none is so low that its key would look empty or erased.
   static constexpr u32 kEmpty = 0, kErased = 1, kSlotMask = 0xFFFFFF;
   static_assert(kFlashSize / 2 - 1 <= kSlotMask);
 
   static u64 HashOf(u32 name) { return name * u64{0x9E3779B97F4A7C15}; }
   /// Never 0, so that an erased cell matches no name.
   static u32 TagOf(u64 hash) { return static_cast<u32>(hash) | 0x01000000; }
-  static bool SameTag(u32 cell, u64 hash) { return ((cell ^ TagOf(hash)) & ~kSlotMask) == 0; }
-  static u32 CellOf(u64 hash, FlashAddress slot) { return (TagOf(hash) & ~kSlotMask) | static_cast<u32>(slot / 2); }
+  static bool SameTag(u32 key, u64 hash) { return ((key ^ TagOf(hash)) & ~kSlotMask) == 0; }
+  static u32 KeyOf(u64 hash, FlashAddress slot) { return (TagOf(hash) & ~kSlotMask) | static_cast<u32>(slot / 2); }
   u32 HomeOf(u64 hash) const { return static_cast<u32>(hash >> shift_); }
   u32 Next(u32 i) const { return (i + 1) & mask_; }
 
-  std::unique_ptr<u32[]> cells_;
+  struct Cell {
+    u32 key;
+    u32 word;
+  };
+
+  std::unique_ptr<Cell[]> cells_;
   u32 mask_ = 0;
   u32 shift_ = 0;
   u32 size_ = 0;

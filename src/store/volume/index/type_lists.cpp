@@ -1,30 +1,38 @@
 #include "store/volume/index/type_lists.h"
 
+#include <algorithm>
 #include <new>
 
 namespace vok {
 
-bool TypeLists::Reserve(u32 slots) {
-  Release();
-  nodes_.reset(new (std::nothrow) Node[slots + 1]);
-  if (nodes_ == nullptr) return false;
-  nodes_[0] = {};
-  return true;
-}
-
 void TypeLists::Release() {
   lists_.Clear();
-  nodes_.reset();
-  used_ = found_ = 0;
+  slots_.reset();
+  count_ = found_ = 0;
 }
 
-bool TypeLists::Append(u16 type, FlashAddress slot) {
+bool TypeLists::Count(u16 type) {
   List* const list = lists_.At(type);
   if (list == nullptr) return false;
-  nodes_[++used_] = {.slot = static_cast<u32>(slot), .next = 0};
-  (list->first == 0 ? list->first : nodes_[list->last].next) = used_;
-  list->last = used_;
+  ++list->end;
+  ++count_;
   return true;
+}
+
+bool TypeLists::Begin() {
+  slots_.reset(new (std::nothrow) u32[count_]);
+  u32 place = 0;
+  lists_.ForEach([&place](List& list) {
+    const u32 size = list.end;
+    list = {.begin = place, .end = place};
+    place += size;
+  });
+  return slots_ != nullptr;
+}
+
+u32 TypeLists::PlaceAbove(const List& list, FlashAddress after) const {
+  const u32* const begin = slots_.get();
+  return static_cast<u32>(std::upper_bound(begin + list.begin, begin + list.end, after) - begin);
 }
 
 }  // namespace vok

@@ -23,6 +23,12 @@ class TypeTable {
     Page* const page = pages_[type / kPageSize].get();
     return page != nullptr ? &(*page)[type % kPageSize] : nullptr;
   }
+  template <typename Use>
+  void ForEach(Use use) {
+    for (std::unique_ptr<Page>& page : pages_)
+      if (page != nullptr)
+        for (Value& value : *page) use(value);
+  }
   void Clear() {
     for (std::unique_ptr<Page>& page : pages_) page.reset();
   }
