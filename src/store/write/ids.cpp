@@ -3,8 +3,8 @@
 #include "flash/codes.h"
 #include "flash/hooks.h"
 #include "store/read/directory.h"
-#include "store/volume/index/acceleration.h"
 #include "store/read/value_set.h"
+#include "store/volume/index/acceleration.h"
 #include "vok/store.h"
 
 namespace vok {
