@@ -99,6 +99,7 @@ void CleanUpBeforeEnd(void (*clean_up)());
 
 bool InputIsTerminal();
 bool OutputIsTerminal();
+bool ErrorsAreTerminal();
 /// In characters; nothing when the output is no terminal or does not say.
 std::optional<std::size_t> TerminalWidth();
 

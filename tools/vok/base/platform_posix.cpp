@@ -217,6 +217,8 @@ bool InputIsTerminal() { return ::isatty(STDIN_FILENO) == 1; }
 
 bool OutputIsTerminal() { return ::isatty(STDOUT_FILENO) == 1; }
 
+bool ErrorsAreTerminal() { return ::isatty(STDERR_FILENO) == 1; }
+
 std::optional<std::size_t> TerminalWidth() {
   winsize window{};
   if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) != 0 || window.ws_col == 0) return std::nullopt;

@@ -7,7 +7,7 @@
 #include "building/fresh_image.h"
 #include "building/manifest.h"
 #include "image/image.h"
-#include "image/placed_file.h"
+#include "image/named_image.h"
 #include "section/mounting.h"
 
 namespace vok::tool {
@@ -30,33 +30,11 @@ ImageItems ItemsOfDirectory(const std::string& directory) {
   return items;
 }
 
-/// Cuts PSDT+CODEPLUG in two. File names may hold a + too: the cut is at the first one that leaves two files.
-bool CutPair(const std::string& operand, ImageArguments& image) {
-  for (std::size_t plus = operand.find('+'); plus != std::string::npos; plus = operand.find('+', plus + 1)) {
-    image.psdt = PlacedFileOf(operand.substr(0, plus));
-    image.codeplug = PlacedFileOf(operand.substr(plus + 1));
-    if (fs::exists(image.psdt.path) && fs::exists(image.codeplug.path)) return true;
-  }
-  return false;
-}
-
-ImageArguments ArgumentsOf(const std::string& operand, const ImageArguments& shared) {
-  ImageArguments image = shared;
-  if (!shared.psdt.path.empty()) {
-    image.codeplug = PlacedFileOf(operand);
-  } else if (fs::exists(operand) || !CutPair(operand, image)) {
-    image.psdt = {};
-    image.codeplug = {};
-    image.dump = operand;
-  }
-  return image;
-}
-
 }  // namespace
 
 ImageItems ReadImageItems(const std::string& operand, const ImageArguments& shared) {
   if (fs::is_directory(operand)) return ItemsOfDirectory(operand);
-  const LoadedImage image(ArgumentsOf(operand, shared));
+  const LoadedImage image(ImageNamed(operand, shared));
   RequireSetUp(image.sections());
   const SectionList sections = MountSections(MountPurpose::kRead);
   RequireAllMounted(sections);

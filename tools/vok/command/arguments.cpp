@@ -135,6 +135,23 @@ Argument Arguments::ChangedOutput(const std::string& description) {
 
 Argument Arguments::Force(const std::string& description) { return Flag("--force", options_.force, description); }
 
+void Arguments::ManyImages(ManyUse use, const std::string& operand) {
+  constexpr Limits kJobs = {1, 1000};
+  const std::string names = operand.empty() ? "--images" : "--images," + operand;
+  CLI::Option* const images =
+      app_.add_option(names, options_.many.names, "dumps, PSDT+CODEPLUG pairs, or codeplugs with --psdt");
+  CLI::Option* const list =
+      app_.add_option("--images-from", options_.many.list, "their names, one a line, from FILE (- = standard input)");
+  for (CLI::Option* const option : {images->type_name("FILE..."), list->type_name("FILE")}) {
+    option->group(kManyHeading)->each([this_options = &options_, use](const std::string&) {
+      this_options->many.use = use;
+    });
+    for (const char* const one : {"--image", "--codeplug"}) OfEveryCommand(one).Excludes(Argument(*option));
+  }
+  list->excludes(images);
+  Number("-j,--jobs", options_.many.jobs, kJobs, "how many at once (default 1)").Under(kManyHeading);
+}
+
 void Arguments::MadeImage() {
   Output("write the codeplug to FILE").Required();
   Flag("--dump", options_.as_dump, "write a dump with the PSDT in it instead of the codeplug");

@@ -35,6 +35,9 @@ inline constexpr Limits kItemType = {1, 65533};
 inline constexpr Limits kAddress = {0, 0xFFFFFFFFFFFFFFFF};
 inline constexpr Limits kCount = {0, 0xFFFFFFFF};
 
+/// The heading of the options that name many images.
+inline constexpr const char* kManyHeading = "Many images, a process for each";
+
 /// One argument, for what it goes with.
 class Argument {
  public:
@@ -100,6 +103,9 @@ class Arguments {
   Argument ChangedOutput(const std::string& description = "write the changed image to FILE (default: in place)");
   /// --force of a command with outputs, which Output() brings along.
   Argument Force(const std::string& description = "replace files that exist");
+  /// Many images in place of one.
+  /// @param operand  name of an argument that takes them without an option before them; empty = none
+  void ManyImages(ManyUse use, const std::string& operand = "");
   /// -o and --dump of a command that makes an image.
   void MadeImage();
 

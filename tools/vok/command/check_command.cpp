@@ -23,7 +23,10 @@ void ForeseeRepair(SectionReport& report) {
 
 }  // namespace
 
-void TakeCheck(Arguments& arguments, Options&) { arguments.Json(); }
+void TakeCheck(Arguments& arguments, Options&) {
+  arguments.Json();
+  arguments.ManyImages(ManyUse::kOptions, "IMAGE");
+}
 
 int RunCheck(const Options& options) {
   const LoadedImage image(options.image);

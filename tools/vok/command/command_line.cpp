@@ -7,6 +7,7 @@
 
 #include "command/command_table.h"
 #include "command/image_options.h"
+#include "command/many_images.h"
 #include "command/written_help.h"
 #include "vok/version.h"
 
@@ -19,6 +20,7 @@ struct Parser {
   CLI::App app{"Looks into NOR-flash item stores, takes them apart and repairs them.", "vok"};
   Options& options;
   const CommandEntry* command = nullptr;  ///< the one that was asked for
+  CLI::App* subcommand = nullptr;         ///< its parser
 
   explicit Parser(Options& target) : options(target) {
     app.set_version_flag("--version", "vok " VOK_VERSION);
@@ -34,7 +36,10 @@ void AddCommand(Parser& parser, const CommandEntry& entry) {
   CLI::App* const command = parser.app.add_subcommand(entry.name, entry.description)->group(entry.heading);
   Arguments arguments(*command, parser.options);
   entry.take(arguments, parser.options);
-  command->parse_complete_callback([&parser, &entry] { parser.command = &entry; });
+  command->parse_complete_callback([&parser, &entry, command] {
+    parser.command = &entry;
+    parser.subcommand = command;
+  });
 }
 
 void AddEverything(Parser& parser) {
@@ -44,10 +49,35 @@ void AddEverything(Parser& parser) {
   for (const CommandEntry& entry : CommandTable()) AddCommand(parser, entry);
 }
 
+/// The options and the operands of a parser again, but for those that go with many images only.
+void Repeat(const CLI::App& app, ManyImages& many) {
+  for (const CLI::Option* const option : app.get_options()) {
+    if (option->get_group() == kManyHeading) continue;
+    for (const std::string& value : option->results()) {
+      if (option->get_positional()) {
+        many.operands.push_back(value);
+      } else {
+        const bool is_flag = option->get_items_expected_max() == 0;
+        many.words.push_back(is_flag ? option->get_name() : option->get_name() + '=' + value);
+      }
+    }
+  }
+}
+
+/// Makes ready for many images what the process for one of them is to be told.
+void SettleMany(Parser& parser) {
+  ManyImages& many = parser.options.many;
+  many.words = {parser.command->name};
+  Repeat(parser.app, many);
+  Repeat(*parser.subcommand, many);
+}
+
 void Parse(Parser& parser, int argc, const char* const* argv) {
   parser.app.parse(argc, argv);
   if (parser.command == nullptr) throw WrongCommandLine("no command");
-  RequireImage(parser.options.image, parser.command->image_use);
+  const bool asked_for_many = parser.options.many.IsAsked();
+  RequireImage(parser.options.image, asked_for_many ? ImageUse::kCompared : parser.command->image_use);
+  if (asked_for_many) SettleMany(parser);
 }
 
 int TellWrongCommandLine(const std::exception& error) {
@@ -78,7 +108,7 @@ Invocation ParseCommandLine(int argc, const char* const* argv) {
   if (const std::optional<int> status = ParseOrTell(parser, argc, argv)) {
     invocation.status = *status;
   } else {
-    invocation.command = parser.command->run;
+    invocation.command = invocation.options.many.IsAsked() ? RunMany : parser.command->run;
   }
   return invocation;
 }

@@ -67,8 +67,13 @@ int Trouble(const std::string& what, u16 code = code::kOk) {
 void TakeDiff(Arguments& arguments, Options& options) {
   const std::string operand = "dump, unpacked directory, PSDT+CODEPLUG, or a codeplug with --psdt";
   arguments.Text("A", options.first_image, operand).Required();
-  arguments.Text("B", options.second_image, operand).Required();
+  arguments.Text("B", options.second_image, operand);
   arguments.Json();
+  arguments.ManyImages(ManyUse::kCompared);
+  arguments.Check([&options] {
+    if (options.second_image.empty() != options.many.IsAsked())
+      throw WrongCommandLine("diff compares A with B, or with each of many images");
+  });
   arguments.Footer("Exit status: 0 the same items, 1 others, 2 trouble.");
 }
 

@@ -42,6 +42,7 @@ void PrintItems(const std::vector<SectionItems>& sections) {
 void TakeList(Arguments& arguments, Options&) {
   arguments.Section("list this section only");
   arguments.Json();
+  arguments.ManyImages(ManyUse::kOptions);
 }
 
 int RunList(const Options& options) {

@@ -25,8 +25,30 @@ struct NumberRange {
   bool Holds(u16 number) const { return number >= first && number <= last; }
 };
 
+/// How a command takes one image of many.
+enum class ManyUse {
+  kNever,     ///< it takes one image only
+  kOptions,   ///< as the options that name an image
+  kFolders,   ///< the same, and its folder becomes one in it
+  kCompared,  ///< as the second of two to compare
+};
+
+/// The images of a command that was given many.
+struct ManyImages {
+  std::vector<std::string> names;
+  std::string list;  ///< file with their names; - = standard input
+  u32 jobs = 1;      ///< images at work at once
+  ManyUse use = ManyUse::kNever;
+  /// The command line again, without what names the images and how many at once.
+  std::vector<std::string> words;
+  std::vector<std::string> operands;
+
+  bool IsAsked() const { return !names.empty() || !list.empty(); }
+};
+
 struct Options {
   ImageArguments image;
+  ManyImages many;
   bool json = false;
   bool verbose = false;
   std::string section;  ///< empty = all

@@ -38,6 +38,10 @@ void TakeRepair(Arguments& arguments, Options& options) {
   arguments.Section("with --rebuild: this section only").Needs(rebuild);
   arguments.ChangedOutput("write the repaired image to FILE (default: in place)");
   arguments.Json();
+  arguments.ManyImages(ManyUse::kOptions);
+  arguments.Check([&options] {
+    if (options.many.IsAsked() && !options.output.empty()) throw WrongCommandLine("-o takes one image only");
+  });
 }
 
 int RunRepair(const Options& options) {

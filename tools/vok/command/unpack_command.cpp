@@ -37,6 +37,7 @@ void TakeUnpack(Arguments& arguments, Options& options) {
   arguments.Text("DIR", options.directory, "directory to make").Required();
   arguments.Force("replace what an earlier unpack made");
   arguments.Flag("--skip-unmounted", options.skip_unmounted, "leave out sections that do not mount");
+  arguments.ManyImages(ManyUse::kFolders);
 }
 
 int RunUnpack(const Options& options) {
