@@ -13,9 +13,11 @@ sweep() {
 fuzz() {
   need clang libclang-rt-14-dev
   CC=clang CXX=clang++ quietly cmake --preset sanitize -B build/fuzz -DVOK_BUILD_FUZZ=ON -DVOK_BUILD_TESTS=OFF -DVOK_BUILD_TOOLS=OFF
-  cmake --build build/fuzz -j "$jobs"
-  mkdir -p build/fuzz/corpus
-  build/fuzz/vok_fuzz_mount -max_total_time="${1:-60}" -timeout=10 -rss_limit_mb=2048 build/fuzz/corpus
+  local target=${1:-mount}
+  cmake --build build/fuzz -j "$jobs" --target "vok_fuzz_$target"
+  mkdir -p "build/fuzz/corpus/$target"
+  "build/fuzz/vok_fuzz_$target" -max_total_time="${2:-60}" -max_len=3000 -timeout=20 -rss_limit_mb=2048 \
+    "build/fuzz/corpus/$target" "fuzz/corpus/$target"
 }
 
 bench() {

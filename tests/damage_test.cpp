@@ -1,28 +1,75 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <random>
 
-#include "support/store_fixture.h"
+#include "input.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+/// Whatever the bytes, every call ends, stays inside the image, keeps its bounds and answers with a documented code;
+/// the fuzz targets look after that, and the sanitizers with them.
 
-namespace vok::test {
+namespace vok::fuzz {
 namespace {
 
-/// Whatever the bytes, every call ends, stays inside the image and answers with a code; the sanitizers watch.
-TEST(DamageTest, RandomInputsOfTheFuzzTarget) {
-  static CountingHooks hooks;  // a failed input leaves the store with them
-  TerminateStore();
-  InstallPlatformHooks(&hooks);
-  for (std::uint32_t seed = 0; seed < 600; ++seed) {
+struct Target {
+  const char* name;
+  void (*run)(Input);
+  std::uint32_t random_inputs;
+};
+
+std::string NameOf(const testing::TestParamInfo<Target>& target) { return target.param.name; }
+
+class DamageTest : public testing::TestWithParam<Target> {
+ protected:
+  static void Run(const Bytes& input) { EXPECT_NO_THROW(GetParam().run(Input(input.data(), input.size()))); }
+};
+INSTANTIATE_TEST_SUITE_P(Targets, DamageTest,
+                         testing::Values(Target{"mount", FuzzMount, 150}, Target{"write", FuzzWrite, 150},
+                                         Target{"sequence", FuzzSequence, 100}, Target{"host", FuzzHost, 20}),
+                         NameOf);
+
+TEST_P(DamageTest, KeptInputs) {
+  std::uint32_t inputs = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(std::string(VOK_FUZZ_CORPUS) + "/" + GetParam().name)) {
+    SCOPED_TRACE(entry.path());
+    std::ifstream file(entry.path(), std::ios::binary);
+    Run(Bytes(std::istreambuf_iterator<char>(file), {}));
+    ++inputs;
+  }
+  EXPECT_GT(inputs, 0u);
+}
+
+TEST_P(DamageTest, RandomInputs) {
+  for (std::uint32_t seed = 0; seed < GetParam().random_inputs; ++seed) {
     SCOPED_TRACE(seed);
     std::mt19937 random(seed);
-    Bytes input(1 + 6 * (1 + random() % 8));
+    Bytes input(1 + random() % 300);
     for (auto& byte : input) byte = static_cast<std::uint8_t>(random());
-    EXPECT_EQ(LLVMFuzzerTestOneInput(input.data(), input.size()), 0);
-    EXPECT_EQ(hooks.locks_held, 0);
-    EXPECT_EQ(hooks.memory_alive, 0);
+    Run(input);
   }
-  InstallPlatformHooks(nullptr);
+}
+
+/// Blocks whose whole slot list is one damage over and over: of every state, naming one record, ever lower ones, or
+/// none.
+TEST(DamageCostTest, BlocksFullOfDamagedSlotsCostNoMoreThanCleanOnesFourTimesOver) {
+  static constexpr std::array<std::uint8_t, 4> kStates = {0, 4, 5, 7};  // Valid, Allocated, Void, torn or Valid
+  for (std::uint8_t version = 0; version < 3; ++version) {
+    for (const std::uint8_t state : kStates) {
+      for (std::uint8_t how = 0; how < 3; ++how) {
+        SCOPED_TRACE(testing::Message() << int{version} << "/" << int{state} << "/" << int{how});
+        Bytes input = {version, 0, 2, 0, 24, 0, 2, 4, 3, 5, 9, 4, 2, 6, 9, 0, 0, 0, 3};
+        for (std::uint8_t part = 0; part < 3; ++part) {
+          const std::uint8_t type = part == 0 ? 9 : 0;
+          const Bytes run = {6, part, how, 0x3F, 0xFF, type, 0x3F, 0xF0, state};
+          input.insert(input.end(), run.begin(), run.end());
+        }
+        EXPECT_NO_THROW(FuzzMount(Input(input.data(), input.size())));
+      }
+    }
+  }
 }
 
 }  // namespace
-}  // namespace vok::test
+}  // namespace vok::fuzz
