@@ -24,7 +24,8 @@ bool ItemIndex::CatchUp() {
     if (states_seen_ != block_state_changes) FollowStates();
     SettlePending();
   }
-  if (layout_ != &CurrentLayout() && !Build()) {
+  // The first filling may find that the table must be a tree.
+  if (layout_ != &CurrentLayout() && !Build() && !Build()) {
     given_up_ = true;
     Forget();
     return false;
@@ -61,7 +62,7 @@ bool ItemIndex::Build() {
   layout_ = &CurrentLayout();
   slot_size_ = layout_->slot_size();
   FollowStates();
-  return true;
+  return layout_ != nullptr;
 }
 
 void ItemIndex::FollowStates() {
