@@ -6,6 +6,7 @@
 #include <random>
 
 #include "input.h"
+#include "vok/vok_worker.h"
 
 /// Whatever the bytes, every call ends, stays inside the image, keeps its bounds and answers with a documented code;
 /// the fuzz targets look after that, and the sanitizers with them.
@@ -23,6 +24,9 @@ std::string NameOf(const testing::TestParamInfo<Target>& target) { return target
 
 class DamageTest : public testing::TestWithParam<Target> {
  protected:
+  /// Whatever other tests left in the image.
+  void SetUp() override { VokWorker().EraseVirtualMemory(0, 0x2000000); }
+
   static void Run(const Bytes& input) { EXPECT_NO_THROW(GetParam().run(Input(input.data(), input.size()))); }
 };
 INSTANTIATE_TEST_SUITE_P(Targets, DamageTest,

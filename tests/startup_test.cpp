@@ -1,18 +1,6 @@
-#include <new>
-
+#include "support/failing_new.h"
 #include "support/psdt_image.h"
 #include "support/store_fixture.h"
-
-namespace {
-
-int failing_buffer = -1;  ///< index of the next scratch buffer that cannot be had
-
-}  // namespace
-
-/// Every buffer that is asked for without exceptions.
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-  return failing_buffer-- == 0 ? nullptr : ::operator new[](size);
-}
 
 namespace vok::test {
 namespace {
@@ -74,7 +62,7 @@ TEST_P(StartupTest, DefaultHeadersMakeAStoreThatReadsBackAsAList) {
   EXPECT_EQ(items[1].Length, 20u);
 
   const auto lengths_without = [&](int buffer) {
-    failing_buffer = buffer;
+    failing_new = {.left = buffer};
     std::vector<std::uint32_t> lengths;
     for (const VOKITEM& item : worker_.ReadAllVOK("CPGA")) lengths.push_back(item.Length);
     return lengths;
@@ -82,7 +70,7 @@ TEST_P(StartupTest, DefaultHeadersMakeAStoreThatReadsBackAsAList) {
   EXPECT_EQ(lengths_without(0), (std::vector<std::uint32_t>{})) << "no list of types";
   EXPECT_EQ(lengths_without(1), (std::vector<std::uint32_t>{20})) << "the first type is passed over";
   EXPECT_EQ(lengths_without(2), (std::vector<std::uint32_t>{0, 20})) << "IDs are kept, one item comes without bytes";
-  failing_buffer = -1;
+  failing_new = {};
   EXPECT_EQ(worker_.ReadAllVOK("TUNA").size(), 1u);
   EXPECT_TRUE(worker_.ReadAllVOK("CPG").empty());
   { const VokWorker other(worker_); }

@@ -39,7 +39,7 @@ bool RecordingDevice::Note(const std::string& step) {
   const int index = static_cast<int>(steps.size());
   if (index == throw_at) throw Cut{};
   steps.push_back(step);
-  return index != fail_at;
+  return fail_at < 0 || (fails_for_good ? index < fail_at : index != fail_at);
 }
 
 std::uint16_t RecordingDevice::ProgramWord16(std::uint32_t address, std::uint16_t value) {

@@ -46,6 +46,7 @@ class RecordingDevice : public FlashDevice {
 
   std::vector<std::string> steps;  ///< "16 ADDRESS=VALUE", "bytes ADDRESS+LENGTH", "erase ADDRESS", all in hex
   int fail_at = -1;                ///< index of the step that answers a failure and changes nothing
+  bool fails_for_good = false;     ///< whether the steps after that one fail, too
   int throw_at = -1;               ///< index of the step that throws Cut instead
 
  private:
