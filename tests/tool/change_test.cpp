@@ -42,8 +42,8 @@ TEST_F(ChangeTest, WritesAndReplacesAnItem) {
   const Answer answer = Run(kPair + " write 5 3 - --json", "printf longer |");
   EXPECT_EQ(answer.status, 0) << answer.err;
   EXPECT_EQ(json::parse(answer.out), json::parse(R"({"format": "vok/1", "section": "CPGA", "type": 5, "id": 3,
-      "length": 6, "crc32": ")" + Checksum({'l', 'o', 'n', 'g', 'e', 'r'}) +
-                                                 "\"}"));
+      "length": 6, "complete": true, "losses": [], "crc32": ")" +
+                                                 Checksum({'l', 'o', 'n', 'g', 'e', 'r'}) + "\"}"));
   EXPECT_EQ(Text(ReadItem("5 3")), "longer");
   EXPECT_EQ(Text(ReadItem("5 0")), "one");
   RunWell(kPair + " check");

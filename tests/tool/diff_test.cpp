@@ -23,8 +23,8 @@ TEST_F(DiffTest, EqualImagesInEveryForm) {
   EXPECT_EQ(RunWell("diff a " + pair), "");
   EXPECT_EQ(RunWell("diff dump.bin a"), "");
   EXPECT_EQ(RunWell("--psdt " + image_.psdt + " diff b.bin@0x20000 " + image_.codeplug), "");
-  EXPECT_EQ(RunJson("diff a a --json"),
-            json::parse(R"({"format": "vok/1", "added": [], "removed": [], "changed": []})"));
+  EXPECT_EQ(RunJson("diff a a --json"), json::parse(R"({"format": "vok/1", "added": [], "removed": [], "changed": [],
+                            "complete": true, "losses": []})"));
 }
 
 TEST_F(DiffTest, TellsAddedRemovedAndChangedItems) {

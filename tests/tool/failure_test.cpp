@@ -73,7 +73,7 @@ TEST_F(FailureTest, ItemWithADamagedRecord) {
   const SlotPlace last = SlotFromEnd(codeplug, 1);
   Overwrite(image_.codeplug, last.slot, {0, 2, 0xFD, 0xE8, 0x40, 0x00});
   ExpectFailure("read 2 65000 " + image_.Pair(), "item type 2 ID 65000", "108: Internal Error");
-  ExpectFailure("unpack out " + image_.Pair(), "item type 2 ID 65000", "108: Internal Error");
+  EXPECT_EQ(RunLossy("read --json 2 65000 " + image_.Pair()).at("id"), 65000);
   EXPECT_EQ(Run("check " + image_.Pair()).status, 1);
 }
 
@@ -81,7 +81,7 @@ TEST_F(FailureTest, NothingToStartTheStoreWith) {
   Write("erased.bin", Bytes(0xA0000, 0xFF));
   ExpectFailure("list --psdt v1-psdt.bin --codeplug erased.bin", "no block of erased.bin carries a store version");
   Overwrite(image_.psdt, 288 + 68, {0, 1});
-  ExpectFailure("list " + image_.Pair(), "cannot be set up", "115: Invalid Parameter");
+  EXPECT_EQ(RunLossy("list --json " + image_.Pair()).at("losses").size(), 3U) << "every section is told";
 }
 
 TEST_F(FailureTest, AnAnswerThatIsNotWritten) {

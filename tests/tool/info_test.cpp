@@ -27,28 +27,28 @@ TEST_F(InfoTest, DescribesSectionsAndTheirSpace) {
 
 TEST_F(InfoTest, TellsWhatStartUpPassesOver) {
   Overwrite(image_.psdt, 288 + 36, {0, 9});
-  const json info = RunJson("info --json " + image_.Pair());
+  const json info = RunLossy("info --json " + image_.Pair(), "136 items not served: start-up passes the section over");
   EXPECT_EQ(info.at("sections").size(), 2U);
   EXPECT_EQ(info.at("passed_over"),
             json::parse(R"([{"record": 2, "section": "XTRA", "why": "its kind is none of this store version"}])"));
-  EXPECT_NE(RunWell("info " + image_.Pair()).find("record 2 (XTRA) is passed over"), std::string::npos);
+  EXPECT_NE(Run("info " + image_.Pair()).out.find("record 2 (XTRA) is passed over"), std::string::npos);
 }
 
 TEST_F(InfoTest, WorksWhenTheStoreCannotBeSetUp) {
   Overwrite(image_.psdt, 288 + 68, {0, 1});
-  const json info = RunJson("info --json " + image_.Pair());
+  const json info = RunLossy("info --json " + image_.Pair());
   for (const auto& section : info.at("sections")) {
     EXPECT_EQ(section.at("mounted"), false);
     EXPECT_EQ(section.at("code"), 138);
     EXPECT_EQ(section.at("space"), json());
   }
-  EXPECT_NE(RunWell("info " + image_.Pair()).find("cannot be set up: VOK Error #115"), std::string::npos);
+  EXPECT_NE(Run("info " + image_.Pair()).out.find("cannot be set up: VOK Error #115"), std::string::npos);
 }
 
 TEST_F(InfoTest, TheStoreVersionIsThatOfMostBlocks) {
   Overwrite(image_.codeplug, 4, {0, 0, 0, 3});
   EXPECT_EQ(RunJson("info --json " + image_.Pair()).at("version"), 1);
-  EXPECT_EQ(RunJson("info --json --store-version 2 " + image_.Pair() + "@0x20000").at("version"), 2);
+  EXPECT_EQ(RunLossy("info --json --store-version 2 " + image_.Pair() + "@0x20000").at("version"), 2);
 }
 
 }  // namespace

@@ -52,9 +52,12 @@ TEST_F(RepairTest, WritesNothingWhenASectionDoesNotMount) {
   Overwrite(image.codeplug, 0, {0});
   Overwrite(image.codeplug, 0x20000, {0});
   const Bytes before = Read(image.codeplug);
-  for (const std::string command : {"repair ", "repair -o new.bin ", "list ", "unpack out "})
+  for (const std::string command : {"repair ", "repair -o new.bin ", "list CPGA "})
     ExpectFailure(command + image.Pair(), "section CPGA is not mounted", "140: Partition Unmounted");
   EXPECT_EQ(Read(image.codeplug), before);
+  const json list = RunLossy("list --json " + image.Pair());
+  EXPECT_EQ(list.at("items").size() + list.at("losses").at(0).at("items").size(),
+            ExpectedItems(Text(Read(image.json))).size());
   RunWell("unpack --skip-unmounted out " + image.Pair());
 }
 

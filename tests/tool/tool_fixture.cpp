@@ -62,6 +62,16 @@ std::string ToolTest::RunWell(const std::string& arguments) const {
   return answer.out;
 }
 
+json ToolTest::RunLossy(const std::string& arguments, const std::string& told) const {
+  const Answer answer = Run(arguments);
+  EXPECT_EQ(answer.status, 1) << arguments;
+  EXPECT_NE(answer.err.find(told), std::string::npos) << arguments << '\n' << answer.err;
+  json lossy = json::parse(answer.out);
+  EXPECT_EQ(lossy.at("complete"), false);
+  EXPECT_FALSE(lossy.at("losses").empty());
+  return lossy;
+}
+
 void ToolTest::ExpectFailure(const std::string& arguments, const std::string& what, const std::string& code,
                              const std::string& before) const {
   const std::set<std::string> files = Files();

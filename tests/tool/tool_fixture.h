@@ -56,6 +56,9 @@ class ToolTest : public testing::Test {
   /// Expects status 0 and JSON on standard output.
   json RunJson(const std::string& arguments) const { return json::parse(RunWell(arguments)); }
 
+  /// Expects status 1 with a line on standard error that holds @p told, and JSON that says that it is not complete.
+  json RunLossy(const std::string& arguments, const std::string& told = "not served") const;
+
   /// Expects status 1 with one line on standard error that holds @p what and the text of @p code, none where the store
   /// has no part in it, and the directory as it was.
   void ExpectFailure(const std::string& arguments, const std::string& what, const std::string& code = "",

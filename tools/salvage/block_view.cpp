@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "block_words.h"
+#include "slots_behind.h"
 #include "store/volume/format.h"
 
 namespace vok::tool {
@@ -22,6 +23,21 @@ SlotView ViewSlot(const PartitionRecord& partition, const BlockRecord& block, u3
                 .record = LocateRecord(partition, block, word)};
   slot.has_record = word != 0 && !IsUnprogrammed(number, word) && slot.record.in_block;
   return slot;
+}
+
+void AddSlotsBehind(const PartitionRecord& partition, BlockView& view) {
+  RecordLine line(view.end());
+  for (const SlotView& slot : view.slots)
+    if (slot.has_record) line.Take(slot.record);
+  for (const FlashAddress address : SlotsBehind(partition, view.figures, view.slots_end, line)) {
+    const SlotHeader header = ReadHeader(address);
+    view.slots.push_back({.number = static_cast<u32>((address - FirstSlot(view.figures)) / CurrentLayout().slot_size()),
+                          .address = address,
+                          .header = header,
+                          .has_record = true,
+                          .record = LocateRecord(partition, view.figures, header.word),
+                          .behind_list = true});
+  }
 }
 
 /// Takes the counts and the top from the slots, by the rules of the mount scan.
@@ -75,7 +91,7 @@ bool BlockView::IsToBeFormatted() const { return !has_signature || IsFormattedBy
 
 u32 BlockView::LargestItemNow() const { return IsToBeFormatted() ? 0 : LargestPayload(UsableSpace(figures)); }
 
-BlockView ViewBlock(const PartitionRecord& partition, u16 index, UnsignedSlots unsigned_slots) {
+BlockView ViewBlock(const PartitionRecord& partition, u16 index, UnreachedSlots unreached) {
   BlockView view{.index = index,
                  .size = partition.block_size,
                  .has_signature = HasSignature(partition.block_table[index].base),
@@ -88,12 +104,13 @@ BlockView ViewBlock(const PartitionRecord& partition, u16 index, UnsignedSlots u
   ResetBlockRecord(partition, view.figures);
   view.format_version = ReadFlashWord32(view.figures.base + block_header::kFormatVersionOffset);
   view.slots_end = FirstSlot(view.figures);
-  if (view.has_signature || unsigned_slots == UnsignedSlots::kRead) {
+  if (view.has_signature || unreached == UnreachedSlots::kRead) {
     SlotWalk walk(partition, view.figures);
     for (u32 number = 0; walk.AtSlot(); walk.Advance(), ++number)
       view.slots.push_back(ViewSlot(partition, view.figures, number, walk));
     view.slots_end = walk.slot();
     SettleFigures(partition, walk, view);
+    if (unreached == UnreachedSlots::kRead && !walk.RanOut()) AddSlotsBehind(partition, view);
   }
   view.shares = SharesOf(view);
   return view;

@@ -18,8 +18,9 @@ struct SlotView {
   u32 number;  ///< index in the block
   FlashAddress address;
   SlotHeader header;
-  bool has_record;    ///< the location word was programmed and leads to a length word in the block
-  ItemRecord record;  ///< with has_record
+  bool has_record;           ///< the location word was programmed and leads to a length word in the block
+  ItemRecord record;         ///< with has_record
+  bool behind_list = false;  ///< no reader comes to it: see SlotsBehind()
 
   bool IsJournal() const { return header.type == kJournalType; }
   bool IsSound() const { return has_record && record.sound; }
@@ -58,10 +59,11 @@ struct BlockView {
   u32 LargestItemNow() const;
 };
 
-/// What to make of the slots of a block without a signature, into which no mount looks.
-enum class UnsignedSlots : u8 { kSkip, kRead };
+/// What to make of slots to which no mount comes: those of a block without a signature, and those behind a gap in the
+/// slot list.
+enum class UnreachedSlots : u8 { kSkip, kRead };
 
 /// Looks at a block of a section that is set up.
-BlockView ViewBlock(const PartitionRecord& partition, u16 index, UnsignedSlots unsigned_slots = UnsignedSlots::kSkip);
+BlockView ViewBlock(const PartitionRecord& partition, u16 index, UnreachedSlots unreached = UnreachedSlots::kSkip);
 
 }  // namespace vok::tool

@@ -89,7 +89,7 @@ CopyState StateOf(u32 word) {
 SalvagedCopy Describe(const CopyView& copy) {
   return {.block = copy.block->index,
           .slot = copy.slot->number,
-          .searched = copy.block->IsCurrent(),
+          .searched = copy.IsSearched(),
           .state = StateOf(copy.slot->header.word)};
 }
 
@@ -139,7 +139,7 @@ void FinishRename(const JournalEntry& entry, std::vector<SalvagedItem>& items) {
 
 std::vector<BlockView> ViewForSalvage(const PartitionRecord& partition) {
   std::vector<BlockView> blocks;
-  for (u16 i = 0; i < partition.block_count; ++i) blocks.push_back(ViewBlock(partition, i, UnsignedSlots::kRead));
+  for (u16 i = 0; i < partition.block_count; ++i) blocks.push_back(ViewBlock(partition, i, UnreachedSlots::kRead));
   return blocks;
 }
 

@@ -1,5 +1,7 @@
 #include "section_copies.h"
 
+#include "record_line.h"
+
 namespace vok::tool {
 
 namespace {
@@ -18,14 +20,14 @@ bool IsSoundItem(const CopyView& copy) {
 
 void AddJournalRecord(const CopyView& copy, SectionCopies& copies) {
   JournalEntry entry{};
-  if (copy.block->IsCurrent() && IsValid(copy.slot->header.word) && copy.slot->has_record &&
+  if (copy.IsSearched() && IsValid(copy.slot->header.word) && copy.slot->has_record &&
       ReadJournalEntry(copy.slot->record, entry))
     copies.journal.push_back(entry);
 }
 
 std::vector<CopyView>& ListOfValid(const CopyView& copy, CopiesOfItem& item) {
   if (!IsSoundItem(copy)) return item.damaged;
-  if (copy.block->IsCurrent()) return item.searched;
+  if (copy.IsSearched()) return item.searched;
   return copy.contiguous ? item.elsewhere : item.damaged;
 }
 
@@ -43,16 +45,10 @@ void AddItemSlot(const CopyView& copy, SectionCopies& copies) {
 }
 
 void AddBlock(const BlockView& block, SectionCopies& copies) {
-  FlashAddress lowest = block.end();
-  bool is_exact = true;
+  RecordLine line(block.end());
   for (const SlotView& slot : block.slots) {
-    const bool below = slot.has_record && (is_exact ? slot.record_end() == lowest : slot.record_end() <= lowest);
-    const CopyView copy{.block = &block, .slot = &slot, .contiguous = below};
-    // Where a record begins whose length is damaged, nobody knows; the next one lies somewhere below.
-    if (slot.has_record) {
-      lowest = slot.record.payload();
-      is_exact = slot.record.sound;
-    }
+    const bool in_line = slot.has_record && line.Take(slot.record);
+    const CopyView copy{.block = &block, .slot = &slot, .contiguous = in_line || slot.behind_list};
     if (slot.IsJournal()) {
       AddJournalRecord(copy, copies);
     } else if (IsItemType(slot.header.type) && slot.header.id != kAnyId) {

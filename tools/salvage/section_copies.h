@@ -27,6 +27,9 @@ struct CopyView {
   /// Its record ends where the one of the slot before it begins, as writers place records. What a torn erase left, or a
   /// location word that was cut off, hardly ever looks so.
   bool contiguous;
+
+  /// Whether a search meets the slot.
+  bool IsSearched() const { return block->IsCurrent() && !slot->behind_list; }
 };
 
 /// The slots that name one item, each list in flash order. The records of the candidates are sound.

@@ -1,6 +1,7 @@
 #include "answer/change_json.h"
 
 #include "answer/json.h"
+#include "answer/losses_json.h"
 #include "answer/rebuild_report.h"
 #include "base/hex_dump.h"
 #include "base/json_text.h"
@@ -56,19 +57,21 @@ Json RebuiltOf(const RebuiltSection& rebuilt) {
 
 }  // namespace
 
-std::string WrittenJson(const Section& section, const ItemEntry& item) {
+std::string WrittenJson(const Section& section, const ItemEntry& item, const Losses& losses) {
   Json json = Answer();
   AddItem(json, section.name, item);
+  AddLosses(json, losses);
   return JsonText(json);
 }
 
-std::string DeletedJson(std::size_t count) {
+std::string DeletedJson(std::size_t count, const Losses& losses) {
   Json json = Answer();
   json["deleted"] = count;
+  AddLosses(json, losses);
   return JsonText(json);
 }
 
-std::string RegainedJson(std::span<const Regained> sections) {
+std::string RegainedJson(std::span<const Regained> sections, const Losses& losses) {
   Json json = Answer();
   json["sections"] = Json::array();
   for (const Regained& regained : sections)
@@ -76,18 +79,20 @@ std::string RegainedJson(std::span<const Regained> sections) {
                                 {"blocks", regained.blocks},
                                 {"free_before", regained.free_before},
                                 {"free_after", regained.free_after}});
+  AddLosses(json, losses);
   return JsonText(json);
 }
 
-std::string RebuiltJson(u16 version, std::span<const RebuiltSection> sections) {
+std::string RebuiltJson(u16 version, std::span<const RebuiltSection> sections, const Losses& losses) {
   Json json = Answer();
   json["version"] = version;
   json["sections"] = Json::array();
   for (const RebuiltSection& rebuilt : sections) json["sections"].push_back(RebuiltOf(rebuilt));
+  AddLosses(json, losses);
   return JsonText(json);
 }
 
-std::string DifferencesJson(std::span<const ItemDifference> differences) {
+std::string DifferencesJson(std::span<const ItemDifference> differences, std::span<const ImageLosses> images) {
   Json json = Answer();
   for (const char* const list : {"added", "removed", "changed"}) json[list] = Json::array();
   for (const ItemDifference& difference : differences) {
@@ -98,6 +103,7 @@ std::string DifferencesJson(std::span<const ItemDifference> differences) {
     else
       json["changed"].push_back(ChangeOf(difference));
   }
+  AddLosses(json, images);
   return JsonText(json);
 }
 

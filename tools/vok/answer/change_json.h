@@ -6,6 +6,7 @@
 
 #include "building/rebuild.h"
 #include "section/items.h"
+#include "section/losses_text.h"
 
 /// The JSON answers of the changing commands and of diff, each one object with "format": "vok/1".
 
@@ -26,11 +27,11 @@ struct ItemDifference {
   const ItemEntry* after;   ///< null = removed
 };
 
-std::string WrittenJson(const Section& section, const ItemEntry& item);
-std::string DeletedJson(std::size_t count);
-std::string RegainedJson(std::span<const Regained> sections);
+std::string WrittenJson(const Section& section, const ItemEntry& item, const Losses& losses);
+std::string DeletedJson(std::size_t count, const Losses& losses);
+std::string RegainedJson(std::span<const Regained> sections, const Losses& losses);
 /// Each section with its noteworthy items and the damaged ones.
-std::string RebuiltJson(u16 version, std::span<const RebuiltSection> sections);
-std::string DifferencesJson(std::span<const ItemDifference> differences);
+std::string RebuiltJson(u16 version, std::span<const RebuiltSection> sections, const Losses& losses);
+std::string DifferencesJson(std::span<const ItemDifference> differences, std::span<const ImageLosses> images);
 
 }  // namespace vok::tool

@@ -2,6 +2,7 @@
 
 #include <fmt/core.h>
 
+#include "answer/losses_json.h"
 #include "base/hex_dump.h"
 #include "base/json_text.h"
 #include "block_words.h"
@@ -94,33 +95,44 @@ Json InfoSection(const SectionSpace& space) {
 
 }  // namespace
 
-std::string ItemsJson(u16 version, std::span<const SectionItems> sections) {
+std::string ItemsJson(u16 version, std::span<const SectionItems> sections, const Losses& losses) {
   Json json = Answer();
   json["version"] = version;
   json["items"] = Json::array();
   for (const SectionItems& listed : sections)
     for (const ItemEntry& item : listed.items) json["items"].push_back(ItemOf(*listed.section, item));
+  AddLosses(json, losses);
   return JsonText(json);
 }
 
-std::string ItemJson(const Section& section, const ItemEntry& item, std::span<const u8> bytes) {
+std::string ItemJson(const Section& section, const ItemEntry& item, std::span<const u8> bytes, const Losses& losses) {
   Json json = Answer();
   json.update(ItemOf(section, item));
   json["data"] = HexString(bytes);
+  AddLosses(json, losses);
   return JsonText(json);
 }
 
-std::string ManifestJson(const LoadedImage& image, std::span<const SectionItems> sections) {
+std::string LostItemJson(const ItemKey& item, const Losses& losses) {
+  Json json = Answer();
+  json["type"] = item.type;
+  json["id"] = item.id;
+  AddLosses(json, losses);
+  return JsonText(json);
+}
+
+std::string ManifestJson(const LoadedImage& image, std::span<const SectionItems> sections, const Losses& losses) {
   Json json = Answer();
   json["version"] = image.version();
   json["psdt"] = {{"file", kPsdtFileName}, {"address", image.psdt().address}};
   json["codeplug"] = {{"address", image.codeplug_start()}, {"length", image.codeplug_end() - image.codeplug_start()}};
   json["sections"] = Json::array();
   for (const SectionItems& listed : sections) json["sections"].push_back(ManifestSection(listed));
+  AddLosses(json, losses);
   return JsonText(json);
 }
 
-std::string ReportJson(u16 version, bool clean, std::span<const SectionReport> reports) {
+std::string ReportJson(u16 version, bool clean, std::span<const SectionReport> reports, const Losses& losses) {
   Json json = Answer();
   json["version"] = version;
   json["clean"] = clean;
@@ -133,11 +145,12 @@ std::string ReportJson(u16 version, bool clean, std::span<const SectionReport> r
                                 {"code", report.code},
                                 {"findings", std::move(findings)}});
   }
+  AddLosses(json, losses);
   return JsonText(json);
 }
 
 std::string InfoJson(const LoadedImage& image, std::span<const u32> header_words, std::span<const SectionSpace> spaces,
-                     std::span<const Section> passed_over) {
+                     std::span<const Section> passed_over, const Losses& losses) {
   Json json = Answer();
   json["version"] = image.version();
   json["psdt"] = {{"address", image.psdt().address},
@@ -150,6 +163,7 @@ std::string InfoJson(const LoadedImage& image, std::span<const u32> header_words
   for (const Section& section : passed_over)
     json["passed_over"].push_back(
         {{"record", section.record}, {"section", section.name}, {"why", ReasonOf(section.verdict)}});
+  AddLosses(json, losses);
   return JsonText(json);
 }
 

@@ -4,6 +4,7 @@
 
 #include <map>
 
+#include "answer/losses_json.h"
 #include "base/hex_dump.h"
 #include "base/json_text.h"
 #include "block_words.h"
@@ -97,9 +98,13 @@ Json MapObject(const ImageView& view) {
   return json;
 }
 
-std::string MapJson(const ImageView& view) { return JsonText(MapObject(view)); }
+std::string MapJson(const ImageView& view, const Losses& losses) {
+  Json json = MapObject(view);
+  AddLosses(json, losses);
+  return JsonText(json);
+}
 
-std::string ExplanationJson(const Explanation& explanation) {
+std::string ExplanationJson(const Explanation& explanation, const Losses& losses) {
   Json json = {{"format", "vok/1"},
                {"address", explanation.address},
                {"byte", explanation.byte},
@@ -111,13 +116,15 @@ std::string ExplanationJson(const Explanation& explanation) {
   json["facts"] = Json::array();
   for (const Fact& fact : explanation.facts) json["facts"].push_back({{"what", fact.what}, {"value", fact.value}});
   json["next"] = explanation.next;
+  AddLosses(json, losses);
   return JsonText(json);
 }
 
-std::string HistoryJson(u16 type, u16 id, std::span<const ItemCopy> copies) {
+std::string HistoryJson(u16 type, u16 id, std::span<const ItemCopy> copies, const Losses& losses) {
   Json json = {{"format", "vok/1"}, {"type", type}, {"id", id}, {"order", "current, then by block and slot"}};
   json["copies"] = Json::array();
   for (std::size_t i = 0; i < copies.size(); ++i) json["copies"].push_back(CopyOf(i, copies[i]));
+  AddLosses(json, losses);
   return JsonText(json);
 }
 

@@ -15,8 +15,8 @@ namespace vok::tool {
 
 /// The map as an object to which more can be added.
 Json MapObject(const ImageView& view);
-std::string MapJson(const ImageView& view);
-std::string ExplanationJson(const Explanation& explanation);
-std::string HistoryJson(u16 type, u16 id, std::span<const ItemCopy> copies);
+std::string MapJson(const ImageView& view, const Losses& losses);
+std::string ExplanationJson(const Explanation& explanation, const Losses& losses);
+std::string HistoryJson(u16 type, u16 id, std::span<const ItemCopy> copies, const Losses& losses);
 
 }  // namespace vok::tool

@@ -2,11 +2,11 @@
 
 namespace vok::tool {
 
-ChangedImage::ChangedImage(const ImageArguments& arguments) : image_(arguments) {
+ChangedImage::ChangedImage(const ImageArguments& arguments, AcceptLoss accept) : image_(arguments) {
   RequireSetUp(image_.sections());
-  const std::vector<RebuiltSection> before = SalvageSections(image_.sections());
   Remount();
-  lost_ = FindLostItems(before, sections_);
+  losses_ = image_.holdings().FindLosses(sections_);
+  RequireNothingDropped(losses_, accept);
 }
 
 void ChangedImage::Remount() {
@@ -16,7 +16,7 @@ void ChangedImage::Remount() {
 
 void ChangedImage::Save(const Claim& claim) {
   Remount();
-  WriteChanged(image_, claim, lost_);
+  WriteChanged(image_, claim, losses_);
 }
 
 }  // namespace vok::tool

@@ -10,11 +10,15 @@ namespace vok::tool {
 /// a command that fails leaves the file as it was.
 class ChangedImage {
  public:
-  /// @throws Failure also when a section that should mount does not
-  explicit ChangedImage(const ImageArguments& arguments);
+  /// @throws Failure also when a section that should mount does not, or when the repair drops items and that is not
+  ///         accepted
+  ChangedImage(const ImageArguments& arguments, AcceptLoss accept);
 
   /// The sections with their mount codes, until the next Remount().
   const SectionList& sections() const { return sections_; }
+
+  /// What the image held and the store does not serve.
+  const Losses& losses() const { return losses_; }
 
   /// Mounts everything anew, with repair: what an operation left unfinished is dropped or finished.
   void Remount();
@@ -26,7 +30,7 @@ class ChangedImage {
  private:
   LoadedImage image_;
   SectionList sections_;
-  std::vector<LostItems> lost_;
+  Losses losses_;
 };
 
 }  // namespace vok::tool

@@ -2,13 +2,13 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "building/fresh_image.h"
 #include "building/manifest.h"
-#include "image/image.h"
+#include "building/read_image.h"
 #include "image/named_image.h"
-#include "section/mounting.h"
 
 namespace vok::tool {
 
@@ -21,30 +21,34 @@ void Add(ImageItems& items, const std::string& section, u16 type, u16 id, const 
   items.emplace(ItemName{.section = section, .type = type, .id = id}, HeldItem{.entry = entry, .bytes = bytes});
 }
 
-ImageItems ItemsOfDirectory(const std::string& directory) {
+ImageContents ContentsOfDirectory(const std::string& directory) {
   const Manifest manifest(directory);
   const FreshImage image(manifest.psdt(), manifest.version());
-  ImageItems items;
+  ImageContents contents{.items = {}, .losses = manifest.ReadLosses()};
   for (const PackedSection& section : manifest.ReadItems(image.sections()))
-    for (const PackedItem& item : section.items) Add(items, section.name, item.type, item.id, item.bytes);
-  return items;
+    for (const PackedItem& item : section.items) Add(contents.items, section.name, item.type, item.id, item.bytes);
+  return contents;
 }
 
 }  // namespace
 
-ImageItems ReadImageItems(const std::string& operand, const ImageArguments& shared) {
-  if (fs::is_directory(operand)) return ItemsOfDirectory(operand);
-  const LoadedImage image(ImageNamed(operand, shared));
-  RequireSetUp(image.sections());
-  const SectionList sections = MountSections(MountPurpose::kRead);
-  RequireAllMounted(sections);
-  ImageItems items;
-  for (const Section& section : sections.accepted)
+bool ImageContents::HasLost(const ItemName& name) const {
+  return std::ranges::any_of(losses, [&name](const Loss& loss) {
+    const ItemKey item{.type = name.type, .id = name.id};
+    return loss.section == name.section && std::ranges::find(loss.items, item) != loss.items.end();
+  });
+}
+
+ImageContents ReadContents(const std::string& operand, const ImageArguments& shared) {
+  if (fs::is_directory(operand)) return ContentsOfDirectory(operand);
+  const ReadImage image(ImageNamed(operand, shared));
+  ImageContents contents{.items = {}, .losses = image.losses()};
+  for (const Section& section : image.sections().accepted)
     if (section.IsMounted())
       VisitItems(section, [&](const ItemEntry& item, const Bytes& bytes) {
-        Add(items, section.name, item.type, item.id, bytes);
+        Add(contents.items, section.name, item.type, item.id, bytes);
       });
-  return items;
+  return contents;
 }
 
 }  // namespace vok::tool

@@ -6,6 +6,7 @@
 
 #include "image/image_arguments.h"
 #include "section/items.h"
+#include "section/losses.h"
 
 /// The items of an image, however it is kept.
 
@@ -28,9 +29,18 @@ struct HeldItem {
 
 using ImageItems = std::map<ItemName, HeldItem>;
 
+/// What can be compared of an image, and what cannot.
+struct ImageContents {
+  ImageItems items;
+  Losses losses;
+
+  /// Whether it holds an item of that name that it does not serve.
+  bool HasLost(const ItemName& name) const;
+};
+
 /// Reads every item of the image that @p operand names: a directory that unpack made,
 /// PSDT[@ADDRESS]+CODEPLUG[@ADDRESS], a codeplug when @p shared names a PSDT, else a dump.
-/// @throws Failure also when a section that should mount does not
-ImageItems ReadImageItems(const std::string& operand, const ImageArguments& shared);
+/// @throws Failure
+ImageContents ReadContents(const std::string& operand, const ImageArguments& shared);
 
 }  // namespace vok::tool

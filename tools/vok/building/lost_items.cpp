@@ -2,52 +2,51 @@
 
 #include <fmt/core.h>
 
-#include <map>
-
+#include "base/failure.h"
 #include "base/terminal.h"
+#include "section/losses_text.h"
 
 namespace vok::tool {
 
 namespace {
 
-/// How many items each block loses.
-std::map<u16, std::size_t> CountLost(const Salvaged& before, const SectionCopies& after) {
-  std::map<u16, std::size_t> lost;
-  for (const SalvagedItem& item : before.items) {
-    if (item.taken.state != CopyState::kValid) continue;
-    const auto found = after.items.find({.type = item.type, .id = item.id});
-    if (found == after.items.end() || found->second.searched.empty()) ++lost[item.taken.block];
-  }
-  return lost;
+/// "section CPGA block 2 loses 26 items, section TUNA block 0 loses 1 item"
+std::string DropText(const Losses& losses) {
+  std::string text;
+  for (const Loss& loss : losses)
+    if (loss.dropped)
+      text += fmt::format("{}section {} block {} loses {}", text.empty() ? "" : ", ", loss.section,
+                          loss.block.value_or(0), CountText(loss.items.size(), "item"));
+  return text;
+}
+
+Losses NotDropped(const Losses& losses) {
+  Losses rest = losses;
+  std::erase_if(rest, [](const Loss& loss) { return loss.dropped; });
+  return rest;
 }
 
 }  // namespace
 
-std::vector<LostItems> FindLostItems(const std::vector<RebuiltSection>& before, const SectionList& mounted) {
-  std::vector<LostItems> lost;
-  for (std::size_t i = 0; i < before.size(); ++i) {
-    const Section& section = mounted.accepted[i];
-    if (!section.IsMounted()) continue;
-    const std::vector<BlockView> blocks = ViewForSalvage(PartitionAt(section.partition()));
-    for (const auto& [block, count] : CountLost(before[i].salvaged, SortCopies(blocks)))
-      lost.push_back({.section = section.name, .block = block, .count = count});
+void RequireNothingDropped(const Losses& losses, AcceptLoss accept) {
+  const std::string dropped = DropText(losses);
+  if (dropped.empty() || accept == AcceptLoss::kYes) return;
+  throw Failure(
+      fmt::format("nothing changed: by the repair that comes before a change {}; vok repair --rebuild keeps "
+                  "them, --accept-loss gives them up",
+                  dropped));
+}
+
+void WriteChanged(const LoadedImage& image, const Claim& claim, const Losses& losses) {
+  const std::string dropped = DropText(losses);
+  if (dropped.empty()) {
+    claim.Write(image.CurrentBytes());
+  } else {
+    const std::string kept = claim.WriteKeeping(image.original(), image.CurrentBytes());
+    Warn(fmt::format("{}; vok repair --rebuild on the original{} brings them back", dropped,
+                     kept.empty() ? "" : ", kept as " + kept + ','));
   }
-  return lost;
-}
-
-std::string TextOf(const std::vector<LostItems>& lost) {
-  std::string text;
-  for (const LostItems& items : lost)
-    text += fmt::format("{}section {} block {} loses {} item{}", text.empty() ? "" : ", ", items.section, items.block,
-                        items.count, items.count == 1 ? "" : "s");
-  return text;
-}
-
-void WriteChanged(const LoadedImage& image, const Claim& claim, const std::vector<LostItems>& lost) {
-  if (lost.empty()) return claim.Write(image.CurrentBytes());
-  const std::string kept = claim.WriteKeeping(image.original(), image.CurrentBytes());
-  Warn(fmt::format("{}; vok repair --rebuild on the original{} brings them back", TextOf(lost),
-                   kept.empty() ? "" : ", kept as " + kept + ','));
+  TellLosses(NotDropped(losses));
 }
 
 }  // namespace vok::tool

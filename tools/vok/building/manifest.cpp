@@ -22,7 +22,7 @@ JsonValue ParseManifest(const std::string& directory) {
 }  // namespace
 
 Manifest::Manifest(const std::string& directory) : directory_(directory), root_(ParseManifest(directory)) {
-  root_.AllowOnly({"format", "version", "psdt", "codeplug", "sections"});
+  root_.AllowOnly({"format", "version", "psdt", "codeplug", "sections", "complete", "losses"});
   const JsonValue format = root_.Field("format");
   if (format.Text() != "vok/1") format.Refuse(format.Text() + " is not vok/1");
   version_ = static_cast<u16>(root_.Field("version").Number(1, 3));
@@ -52,6 +52,13 @@ std::vector<PackedSection> Manifest::ReadItems(const SectionList& sections) cons
     packed.push_back(ReadManifestSection(directory_, json, SectionNamed(name, sections)));
   }
   return packed;
+}
+
+Losses Manifest::ReadLosses() const {
+  Losses losses;
+  if (!root_.Has("losses")) return losses;
+  for (const JsonValue& json : root_.Field("losses").Elements()) losses.push_back(ReadManifestLoss(json));
+  return losses;
 }
 
 void Manifest::RequireCodeplugHolds(const SectionList& sections) const {

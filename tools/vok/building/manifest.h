@@ -5,6 +5,7 @@
 
 #include "base/json_reader.h"
 #include "image/image_bytes.h"
+#include "section/losses.h"
 #include "section/sections.h"
 
 namespace vok::tool {
@@ -35,6 +36,9 @@ class Manifest {
   const ImageBytes& psdt() const { return psdt_; }
   u64 codeplug_start() const { return codeplug_start_; }
   u64 codeplug_end() const { return codeplug_end_; }
+
+  /// What the image held that the folder lacks. @throws Failure
+  Losses ReadLosses() const;
 
   /// Reads the items of every section, once the PSDT has told which sections there are. A section that the manifest
   /// leaves out has none.

@@ -138,4 +138,18 @@ PackedSection ReadManifestSection(const std::string& directory, const JsonValue&
   return packed;
 }
 
+Loss ReadManifestLoss(const JsonValue& json) {
+  json.AllowOnly({"section", "block", "items", "why", "remedy"});
+  Loss loss{.section = json.Field("section").Text(),
+            .block = {},
+            .items = {},
+            .why = json.Field("why").Text(),
+            .remedy = json.Field("remedy").Text()};
+  if (json.Has("block")) loss.block = static_cast<u16>(json.Field("block").Number(0, 0xFFFF));
+  for (const JsonValue& item : json.Field("items").Elements())
+    loss.items.push_back({.type = static_cast<u16>(item.Field("type").Number(0, 0xFFFF)),
+                          .id = static_cast<u16>(item.Field("id").Number(0, 0xFFFF))});
+  return loss;
+}
+
 }  // namespace vok::tool

@@ -12,6 +12,9 @@ Bytes ReadManifestFile(const std::string& directory, const JsonValue& json, cons
 /// The section that the store makes of the PSDT's record of that name.
 const Section& SectionNamed(const JsonValue& name, const SectionList& sections);
 
+/// What the image lost when it was unpacked.
+Loss ReadManifestLoss(const JsonValue& json);
+
 /// Compares what the manifest says of a section with the PSDT and reads its items.
 PackedSection ReadManifestSection(const std::string& directory, const JsonValue& json, const Section& section);
 

@@ -130,7 +130,7 @@ std::vector<const sweep::Operation*> TortureOperations() {
 }
 
 TortureSubject LoadTortureSubject(const TortureWish& wish) {
-  const ChangedImage image(wish.image);
+  const ChangedImage image(wish.image, AcceptLoss::kYes);
   const Section& section = ChooseSection(wish, image.sections());
   RequireFit(section);
   const auto length = static_cast<u32>(section.end() - section.entry.start);

@@ -123,12 +123,21 @@ Argument Arguments::Section(const std::string& description) { return Text("SECTI
 
 Argument Arguments::Json() { return Flag("--json", options_.json, "print JSON instead of a table"); }
 
+Argument Arguments::Rebuilt() {
+  return Flag("--rebuilt", options_.image.rebuilt, "as repair --rebuild would leave the image");
+}
+
+Argument Arguments::AcceptLoss() {
+  return Flag("--accept-loss", options_.accept_loss, "go on although items are lost by it");
+}
+
 Argument Arguments::Output(const std::string& description) {
   Force();
   return File("-o,--output", options_.output, description);
 }
 
 Argument Arguments::ChangedOutput(const std::string& description) {
+  AcceptLoss();
   Flag("--wait", options_.wait, "wait for other commands that use the image");
   return Output(description);
 }

@@ -97,9 +97,13 @@ class Arguments {
   // What many commands take.
   Argument Section(const std::string& description);
   Argument Json();
+  /// --rebuilt of a command that reads an image.
+  Argument Rebuilt();
+  /// --accept-loss of a command that goes on although items are lost.
+  Argument AcceptLoss();
   /// -o, with --force.
   Argument Output(const std::string& description);
-  /// -o of a command that changes the image, with --wait.
+  /// -o of a command that changes the image, with --wait and --accept-loss.
   Argument ChangedOutput(const std::string& description = "write the changed image to FILE (default: in place)");
   /// --force of a command with outputs, which Output() brings along.
   Argument Force(const std::string& description = "replace files that exist");

@@ -4,9 +4,10 @@
 #include "answer/report.h"
 #include "base/failure.h"
 #include "base/terminal.h"
+#include "building/read_image.h"
 #include "command/arguments.h"
 #include "command/commands.h"
-#include "image/image.h"
+#include "command/conclude.h"
 #include "section/mounting.h"
 
 namespace vok::tool {
@@ -25,11 +26,12 @@ void ForeseeRepair(SectionReport& report) {
 
 void TakeCheck(Arguments& arguments, Options&) {
   arguments.Json();
+  arguments.Rebuilt();
   arguments.ManyImages(ManyUse::kOptions, "IMAGE");
 }
 
 int RunCheck(const Options& options) {
-  const LoadedImage image(options.image);
+  const ReadImage image(options.image, Look::kAsItLies);
   RequireSetUp(image.sections());
   std::vector<SectionReport> reports = InspectSections(image.sections());
   const SectionList mounted = CheckMountSections();
@@ -39,12 +41,12 @@ int RunCheck(const Options& options) {
   }
   const bool clean = IsClean(reports);
   if (options.json) {
-    Print(ReportJson(image.version(), clean, reports));
+    Print(ReportJson(image.version(), clean, reports, image.losses()));
   } else {
     PrintReport(reports);
     Print(clean ? "\nclean\n" : "\nnot clean\n");
   }
-  return clean ? kDone : kFailed;
+  return Conclude(image.losses()) == kDone && clean ? kDone : kFailed;
 }
 
 }  // namespace vok::tool

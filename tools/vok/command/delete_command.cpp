@@ -113,10 +113,11 @@ void TakeDelete(Arguments& arguments, Options& options) {
 
 int RunDelete(const Options& options) {
   const Claim claim(options.image, DestinationOf(options));
-  ChangedImage image(options.image);
+  ChangedImage image(options.image, AcceptLoss{options.accept_loss});
   const std::size_t count = options.types.IsEmpty() ? DeleteIds(options, image) : DeleteTypes(options, image);
   image.Save(claim);
-  Print(options.json ? DeletedJson(count) : fmt::format("{} {} deleted\n", count, count == 1 ? "item" : "items"));
+  Print(options.json ? DeletedJson(count, image.losses())
+                     : fmt::format("{} {} deleted\n", count, count == 1 ? "item" : "items"));
   return kDone;
 }
 

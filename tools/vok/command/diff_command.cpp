@@ -1,5 +1,6 @@
 #include <fmt/core.h>
 
+#include <array>
 #include <cstdio>
 
 #include "answer/change_json.h"
@@ -8,22 +9,28 @@
 #include "building/image_items.h"
 #include "command/arguments.h"
 #include "command/commands.h"
+#include "section/losses_text.h"
 
 namespace vok::tool {
 
 namespace {
 
-/// Both maps are in the same order, so that one walk meets equal names side by side.
-std::vector<ItemDifference> Compare(const ImageItems& a, const ImageItems& b) {
+/// Both maps are in the same order, so that one walk meets equal names side by side. What one of them has lost is no
+/// difference: it cannot be compared.
+std::vector<ItemDifference> Compare(const ImageContents& first, const ImageContents& second) {
+  const ImageItems& a = first.items;
+  const ImageItems& b = second.items;
   std::vector<ItemDifference> differences;
   auto before = a.begin();
   auto after = b.begin();
   while (before != a.end() || after != b.end()) {
     if (after == b.end() || (before != a.end() && before->first < after->first)) {
-      differences.push_back({.section = before->first.section, .before = &before->second.entry, .after = nullptr});
+      if (!second.HasLost(before->first))
+        differences.push_back({.section = before->first.section, .before = &before->second.entry, .after = nullptr});
       ++before;
     } else if (before == a.end() || after->first < before->first) {
-      differences.push_back({.section = after->first.section, .before = nullptr, .after = &after->second.entry});
+      if (!first.HasLost(after->first))
+        differences.push_back({.section = after->first.section, .before = nullptr, .after = &after->second.entry});
       ++after;
     } else {
       if (before->second.bytes != after->second.bytes)
@@ -48,12 +55,16 @@ std::string LineOf(const ItemDifference& difference) {
 }
 
 int PrintDifferences(const Options& options) {
-  const ImageItems a = ReadImageItems(options.first_image, options.image);
-  const ImageItems b = ReadImageItems(options.second_image, options.image);
+  const ImageContents a = ReadContents(options.first_image, options.image);
+  const ImageContents b = ReadContents(options.second_image, options.image);
   const std::vector<ItemDifference> differences = Compare(a, b);
-  if (options.json) Print(DifferencesJson(differences));
+  const std::array<ImageLosses, 2> losses = {
+      {{.image = options.first_image, .losses = &a.losses}, {.image = options.second_image, .losses = &b.losses}}};
+  if (options.json) Print(DifferencesJson(differences, losses));
   if (!options.json)
     for (const ItemDifference& difference : differences) Print(LineOf(difference));
+  for (const ImageLosses& image : losses) TellLosses(*image.losses, image.image);
+  if (!WithoutHidden(a.losses).empty() || !WithoutHidden(b.losses).empty()) return kTrouble;
   return differences.empty() ? kDone : kFailed;
 }
 
@@ -69,6 +80,7 @@ void TakeDiff(Arguments& arguments, Options& options) {
   arguments.Text("A", options.first_image, operand).Required();
   arguments.Text("B", options.second_image, operand);
   arguments.Json();
+  arguments.Rebuilt();
   arguments.ManyImages(ManyUse::kCompared);
   arguments.Check([&options] {
     if (options.second_image.empty() != options.many.IsAsked())

@@ -5,9 +5,12 @@
 #include "answer/view_json.h"
 #include "base/failure.h"
 #include "base/terminal.h"
+#include "building/read_image.h"
 #include "command/arguments.h"
 #include "command/commands.h"
+#include "command/conclude.h"
 #include "flash/image.h"
+#include "section/losses_text.h"
 #include "view/explain_block.h"
 #include "view/explain_psdt.h"
 
@@ -75,23 +78,33 @@ void PrintFacts(const Explanation& explanation) {
   if (!explanation.next.empty()) print("next", explanation.next);
 }
 
+/// The losses that concern the block that was explained.
+Losses LossesAt(const Losses& losses, const Explanation& explanation) {
+  Losses here = LossesOfSection(losses, explanation.section);
+  std::erase_if(here,
+                [&](const Loss& loss) { return loss.block && explanation.block && *loss.block != *explanation.block; });
+  return here;
+}
+
 }  // namespace
 
 void TakeExplain(Arguments& arguments, Options& options) {
   arguments.Number("ADDRESS", options.address, kAddress, "flash address").Required();
   arguments.Json();
+  arguments.Rebuilt();
 }
 
 int RunExplain(const Options& options) {
-  const LoadedImage image(options.image);
-  const Explanation explanation = Explain(image, options.address, options.image.IsDump());
+  const ReadImage image(options.image, Look::kAsItLies);
+  const Explanation explanation = Explain(image.loaded(), options.address, options.image.IsDump());
+  const Losses losses = LossesAt(image.losses(), explanation);
   if (options.json) {
-    Print(ExplanationJson(explanation));
+    Print(ExplanationJson(explanation, losses));
   } else {
     Print(fmt::format("{}: {}\n\n", HexAddress(explanation.address), explanation.title));
     PrintFacts(explanation);
   }
-  return kDone;
+  return Conclude(losses);
 }
 
 }  // namespace vok::tool

@@ -1,29 +1,39 @@
 #include <fmt/core.h>
 
+#include <algorithm>
+
 #include "answer/view_json.h"
 #include "base/failure.h"
 #include "base/hex_dump.h"
 #include "base/table.h"
 #include "base/terminal.h"
 #include "block_words.h"
+#include "building/read_image.h"
 #include "command/arguments.h"
 #include "command/commands.h"
+#include "command/conclude.h"
 #include "section/items.h"
+#include "section/losses_text.h"
 #include "view/item_copies.h"
 
 namespace vok::tool {
 
 namespace {
 
-/// The sections that serve a type: one, unless the PSDT gives it to several.
-ImageView ViewSectionsOfType(const LoadedImage& image, u16 type, const std::string& what) {
+/// Every section, also in what no mount comes to: an item of the type may lie where no route leads.
+ImageView ViewSections(const LoadedImage& image, u16 type, const std::string& what) {
   RequireSetUp(image.sections());
   if (!IsItemType(type)) throw Failure(what + ": types are 1 to 65533");
   ImageView view{.version = image.version(), .sections = {}};
   for (const Section& section : image.sections().accepted)
-    if (Serves(section, type)) view.sections.push_back(ViewSection(section));
-  if (view.sections.empty()) throw Failure(what + ": no section serves the type");
+    view.sections.push_back(ViewSection(section, UnreachedSlots::kRead));
   return view;
+}
+
+void RequireServed(const SectionList& sections, u16 type, const std::string& what) {
+  if (std::none_of(sections.accepted.begin(), sections.accepted.end(),
+                   [type](const Section& section) { return Serves(section, type); }))
+    throw Failure(what + ": no section serves the type");
 }
 
 void PrintCopies(const std::vector<ItemCopy>& copies) {
@@ -75,18 +85,20 @@ void TakeHistory(Arguments& arguments, Options& options) {
 }
 
 int RunHistory(const Options& options) {
-  const LoadedImage image(options.image);
+  const ReadImage image(options.image, Look::kAsItLies);
   const std::string what = fmt::format("item type {} ID {}", options.type, options.id);
-  const ImageView view = ViewSectionsOfType(image, options.type, "no " + what);
+  const ImageView view = ViewSections(image.loaded(), options.type, "no " + what);
   const std::vector<ItemCopy> copies = FindCopies(view, options.type, options.id);
+  if (copies.empty()) RequireServed(image.sections(), options.type, "no " + what);
   if (copies.empty()) throw Failure("no copy of " + what + " lies in the flash");
+  const Losses losses = LossesOfItem(image.losses(), {.type = options.type, .id = options.id});
   if (options.copy) return DeliverCopy(options, copies, what);
   if (options.json) {
-    Print(HistoryJson(options.type, options.id, copies));
+    Print(HistoryJson(options.type, options.id, copies, losses));
   } else {
     PrintCopies(copies);
   }
-  return kDone;
+  return Conclude(losses);
 }
 
 }  // namespace vok::tool

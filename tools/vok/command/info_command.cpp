@@ -5,10 +5,10 @@
 #include "base/table.h"
 #include "base/terminal.h"
 #include "block_words.h"
+#include "building/read_image.h"
 #include "command/arguments.h"
 #include "command/commands.h"
-#include "image/image.h"
-#include "section/mounting.h"
+#include "command/conclude.h"
 
 namespace vok::tool {
 
@@ -119,22 +119,24 @@ void PrintPassedOver(const SectionList& sections) {
 void TakeInfo(Arguments& arguments, Options& options) {
   arguments.Flag("--blocks", options.blocks, "also show wear and space of every block");
   arguments.Json();
+  arguments.Rebuilt();
 }
 
 int RunInfo(const Options& options) {
-  const LoadedImage image(options.image);
-  const SectionList sections = MountSections(MountPurpose::kRead);
+  const ReadImage read(options.image);
+  const LoadedImage& image = read.loaded();
+  const SectionList& sections = read.sections();
   const std::vector<SectionSpace> spaces = SpacesOf(sections, options.blocks);
   if (options.json) {
-    Print(InfoJson(image, HeaderWords(), spaces, sections.passed_over));
-    return kDone;
+    Print(InfoJson(image, HeaderWords(), spaces, sections.passed_over, read.losses()));
+    return Conclude(read.losses());
   }
   PrintHead(image);
   PrintSections(sections);
   PrintSpaces(spaces);
   if (options.blocks) PrintBlocks(spaces);
   PrintPassedOver(sections);
-  return kDone;
+  return Conclude(read.losses());
 }
 
 }  // namespace vok::tool

@@ -3,24 +3,30 @@
 #include "answer/json.h"
 #include "base/table.h"
 #include "base/terminal.h"
+#include "building/read_image.h"
 #include "command/arguments.h"
 #include "command/commands.h"
-#include "image/image.h"
+#include "command/conclude.h"
 #include "section/items.h"
-#include "section/mounting.h"
+#include "section/losses_text.h"
 
 namespace vok::tool {
 
 namespace {
 
-/// The sections to list: the one that was named, or all that start-up can mount.
-std::vector<const Section*> SectionsToList(const SectionList& sections, const std::string& name) {
-  if (!name.empty()) return {&FindSection(sections, name)};
-  RequireAllMounted(sections);
-  std::vector<const Section*> listed;
-  for (const Section& section : sections.accepted)
-    if (section.IsMounted()) listed.push_back(&section);
+/// The sections to list: the one that was named, or all. One that is not mounted has no items to list.
+std::vector<SectionItems> ListSections(const ReadImage& image, const std::string& name) {
+  std::vector<SectionItems> listed;
+  for (const Section& section : image.sections().accepted)
+    if (section.IsMounted() && (name.empty() || section.name == name))
+      listed.push_back({.section = &section, .items = ListSection(section)});
   return listed;
+}
+
+/// Of a section that is named and not mounted there is nothing to list.
+void RequireSection(const ReadImage& image, const Options& options) {
+  const Section& section = FindSection(image.sections(), options.section);
+  if (!options.json) RequireMounted(section, "; " + TextOf(LossesOfSection(image.losses(), section.name)));
 }
 
 void PrintItems(const std::vector<SectionItems>& sections) {
@@ -42,22 +48,21 @@ void PrintItems(const std::vector<SectionItems>& sections) {
 void TakeList(Arguments& arguments, Options&) {
   arguments.Section("list this section only");
   arguments.Json();
+  arguments.Rebuilt();
   arguments.ManyImages(ManyUse::kOptions);
 }
 
 int RunList(const Options& options) {
-  const LoadedImage image(options.image);
-  RequireSetUp(image.sections());
-  const SectionList sections = MountSections(MountPurpose::kRead);
-  std::vector<SectionItems> listed;
-  for (const Section* section : SectionsToList(sections, options.section))
-    listed.push_back({.section = section, .items = ListSection(*section)});
+  const ReadImage image(options.image);
+  if (!options.section.empty()) RequireSection(image, options);
+  const std::vector<SectionItems> listed = ListSections(image, options.section);
+  const Losses losses = options.section.empty() ? image.losses() : LossesOfSection(image.losses(), options.section);
   if (options.json) {
-    Print(ItemsJson(image.version(), listed));
+    Print(ItemsJson(image.version(), listed, losses));
   } else {
     PrintItems(listed);
   }
-  return kDone;
+  return Conclude(losses);
 }
 
 }  // namespace vok::tool

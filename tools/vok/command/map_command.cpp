@@ -4,8 +4,10 @@
 
 #include "answer/view_json.h"
 #include "base/terminal.h"
+#include "building/read_image.h"
 #include "command/arguments.h"
 #include "command/commands.h"
+#include "command/conclude.h"
 #include "map/map_page.h"
 #include "map/map_svg.h"
 #include "map/map_terminal.h"
@@ -28,20 +30,21 @@ void TakeMap(Arguments& arguments, Options& options) {
   arguments.File("--html", options.html, "write a page to look around in to FILE");
   arguments.Force();
   arguments.Json();
+  arguments.Rebuilt();
 }
 
 int RunMap(const Options& options) {
-  const LoadedImage image(options.image);
-  const ImageView view = ViewImage(image);
-  const std::string name = std::filesystem::path(image.changed_path()).filename().string();
+  const ReadImage image(options.image, Look::kAsItLies);
+  const ImageView view = ViewImage(image.loaded());
+  const std::string name = std::filesystem::path(image.loaded().changed_path()).filename().string();
   if (!options.svg.empty()) Deliver(options, options.svg, MapSvg(view, name));
   if (!options.html.empty()) Deliver(options, options.html, MapPage(view, name));
   if (options.json) {
-    Print(MapJson(view));
+    Print(MapJson(view, image.losses()));
   } else if (options.svg.empty() && options.html.empty()) {
     PrintMap(view);
   }
-  return kDone;
+  return Conclude(image.losses());
 }
 
 }  // namespace vok::tool

@@ -62,14 +62,15 @@ struct Options {
   bool blocks = false;
   std::string input;  ///< file to read; - = standard input
   u16 new_type = 0;
-  u16 new_id = 0;           ///< may be kNewId
-  NumberRange ids;          ///< to delete
-  NumberRange types;        ///< to delete; empty = the items of one type
-  bool yes = false;         ///< do not ask
-  bool rebuild = false;     ///< sections from the copies of their items
-  bool as_dump = false;     ///< write a whole dump
-  std::string psdt_output;  ///< empty = do not write the PSDT
-  std::string first_image;  ///< the images to compare
+  u16 new_id = 0;            ///< may be kNewId
+  NumberRange ids;           ///< to delete
+  NumberRange types;         ///< to delete; empty = the items of one type
+  bool yes = false;          ///< do not ask
+  bool rebuild = false;      ///< sections from the copies of their items
+  bool accept_loss = false;  ///< change the image although its repair drops items
+  bool as_dump = false;      ///< write a whole dump
+  std::string psdt_output;   ///< empty = do not write the PSDT
+  std::string first_image;   ///< the images to compare
   std::string second_image;
   std::string svg;   ///< file for the map as a picture; empty = none
   std::string html;  ///< file for the map as a page; empty = none

@@ -9,6 +9,7 @@
 #include "building/room.h"
 #include "command/arguments.h"
 #include "command/commands.h"
+#include "command/conclude.h"
 #include "filling.h"
 #include "section/mounting.h"
 #include "store/volume/layout.h"
@@ -55,6 +56,7 @@ void FillImage(FreshImage& image, const std::vector<PackedSection>& sections) {
 void TakePack(Arguments& arguments, Options& options) {
   arguments.Text("DIR", options.directory, "directory with a manifest.json").Required();
   arguments.MadeImage();
+  arguments.AcceptLoss();
 }
 
 int RunPack(const Options& options) {
@@ -72,7 +74,8 @@ int RunPack(const Options& options) {
   std::size_t count = 0;
   for (const PackedSection& section : sections) count += section.items.size();
   Print(fmt::format("{} items of {} sections in {}\n", count, sections.size(), options.output));
-  return kDone;
+  const int status = Conclude(manifest.ReadLosses());
+  return options.accept_loss ? kDone : status;
 }
 
 }  // namespace vok::tool

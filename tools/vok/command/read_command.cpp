@@ -1,28 +1,60 @@
 #include <fmt/core.h>
 
 #include "answer/json.h"
+#include "base/failure.h"
 #include "base/files.h"
 #include "base/hex_dump.h"
 #include "base/terminal.h"
+#include "building/read_image.h"
 #include "command/arguments.h"
 #include "command/commands.h"
-#include "image/image.h"
+#include "command/conclude.h"
 #include "section/items.h"
-#include "section/mounting.h"
+#include "section/losses_text.h"
+#include "vok/store.h"
 
 namespace vok::tool {
 
 namespace {
 
-void DeliverItem(const Options& options, const Section& section, const Bytes& bytes) {
+/// The section that serves an item, which may lie where no route leads. @return null = none
+const Section* HolderOf(const SectionList& sections, u16 type, u16 id, Bytes& bytes) {
+  const u8 routed = FindPartitionForType(type);
+  for (const bool by_route : {true, false})
+    for (const Section& section : sections.accepted)
+      if (section.IsMounted() && (section.partition() == routed) == by_route &&
+          TryReadItem(section, type, id, bytes) == code::kOk)
+        return &section;
+  return nullptr;
+}
+
+void DeliverItem(const Options& options, const Section& section, const Bytes& bytes, const Losses& losses) {
   if (!options.output.empty() && options.output != "-") WriteOutput(options.output, bytes, ExistingFor(options));
   if (options.output == "-") return PrintBytes(bytes);
   if (options.json) {
     const ItemEntry item{
         .type = options.type, .id = options.id, .length = static_cast<u32>(bytes.size()), .crc32 = Crc32(bytes)};
-    return Print(ItemJson(section, item, bytes));
+    return Print(ItemJson(section, item, bytes, losses));
   }
   if (options.output.empty()) Print(HexDump(bytes));
+}
+
+/// The code that the store gives for an item of a section.
+u16 CodeOf(const SectionList& sections, const std::string& section, const ItemKey& name) {
+  Bytes ignored;
+  for (const Section& candidate : sections.accepted)
+    if (candidate.name == section) return TryReadItem(candidate, name.type, name.id, ignored);
+  return code::kInvalidPartition;
+}
+
+[[noreturn]] void ThrowMissing(const SectionList& sections, const ItemKey& name, const Losses& losses) {
+  const std::string item = fmt::format("item type {} ID {}", name.type, name.id);
+  if (!losses.empty())
+    throw Failure(fmt::format("cannot read {}: {}", item, TextOf(losses)),
+                  CodeOf(sections, losses.front().section, name));
+  const Section& section = SectionOfType(sections, name.type, "no " + item);
+  ReadItemBytes(section, name.type, name.id);
+  throw Failure("no " + item, code::kItemNotFound);
 }
 
 }  // namespace
@@ -31,17 +63,23 @@ void TakeRead(Arguments& arguments, Options& options) {
   arguments.Type("TYPE", options.type);
   arguments.Id("ID", options.id);
   arguments.Json();
+  arguments.Rebuilt();
   arguments.Output("write the bytes to FILE (- = standard output)");
 }
 
 int RunRead(const Options& options) {
-  const LoadedImage image(options.image);
-  RequireSetUp(image.sections());
-  const SectionList sections = MountSections(MountPurpose::kRead);
-  const std::string what = fmt::format("no item type {} ID {}", options.type, options.id);
-  const Section& section = SectionOfType(sections, options.type, what);
-  DeliverItem(options, section, ReadItemBytes(section, options.type, options.id));
-  return kDone;
+  const ReadImage image(options.image);
+  const ItemKey name{.type = options.type, .id = options.id};
+  const Losses losses = LossesOfItem(image.losses(), name);
+  Bytes bytes;
+  if (const Section* const section = HolderOf(image.sections(), name.type, name.id, bytes)) {
+    DeliverItem(options, *section, bytes, losses);
+  } else if (!losses.empty() && options.json) {
+    Print(LostItemJson(name, losses));
+  } else {
+    ThrowMissing(image.sections(), name, losses);
+  }
+  return Conclude(losses);
 }
 
 }  // namespace vok::tool

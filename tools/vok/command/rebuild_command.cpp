@@ -1,7 +1,11 @@
+#include <algorithm>
+
 #include "answer/change_json.h"
 #include "answer/rebuild_report.h"
 #include "base/terminal.h"
 #include "command/commands.h"
+#include "command/conclude.h"
+#include "section/losses_text.h"
 
 namespace vok::tool {
 
@@ -19,6 +23,17 @@ std::string WriteRebuilt(const LoadedImage& image, const Claim& claim) {
   return "wrote " + claim.path() + (kept.empty() ? "" : ", kept " + kept);
 }
 
+/// What of the rebuilt sections is lost now; which of several copies was taken is told anyway.
+Losses LossesAfter(const LoadedImage& image, const std::vector<RebuiltSection>& sections) {
+  Losses losses;
+  for (const RebuiltSection& rebuilt : sections) {
+    Section mounted = *rebuilt.section;
+    mounted.mount_code = code::kOk;
+    std::ranges::move(WithoutHidden(image.holdings().FindLosses(mounted)), std::back_inserter(losses));
+  }
+  return losses;
+}
+
 }  // namespace
 
 int RunRebuild(const Options& options) {
@@ -27,14 +42,15 @@ int RunRebuild(const Options& options) {
   RequireSetUp(image.sections());
   const std::vector<RebuiltSection> sections = SalvageNamed(image.sections(), options.section);
   Rebuild(image, sections);
+  const Losses losses = LossesAfter(image, sections);
   const std::string what = WriteRebuilt(image, claim);
   if (options.json) {
-    Print(RebuiltJson(image.version(), sections));
+    Print(RebuiltJson(image.version(), sections, losses));
   } else {
     PrintRebuilt(sections);
     Print('\n' + what + '\n');
   }
-  return kDone;
+  return Conclude(losses);
 }
 
 }  // namespace vok::tool

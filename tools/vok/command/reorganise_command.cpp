@@ -67,13 +67,13 @@ void TakeReorganise(Arguments& arguments, Options&) {
 
 int RunReorganise(const Options& options) {
   const Claim claim(options.image, DestinationOf(options));
-  ChangedImage image(options.image);
+  ChangedImage image(options.image, AcceptLoss{options.accept_loss});
   std::vector<Regained> sections;
   for (const Section* const section : SectionsToReorganise(image.sections(), options.section))
     sections.push_back(ReorganiseSection(*section));
   image.Save(claim);
   if (options.json) {
-    Print(RegainedJson(sections));
+    Print(RegainedJson(sections, image.losses()));
   } else {
     PrintRegained(sections);
   }

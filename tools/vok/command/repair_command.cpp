@@ -7,6 +7,7 @@
 #include "command/arguments.h"
 #include "command/commands.h"
 #include "image/image.h"
+#include "section/losses_text.h"
 #include "section/mounting.h"
 
 namespace vok::tool {
@@ -14,19 +15,22 @@ namespace vok::tool {
 namespace {
 
 /// A section that does not mount may still hold items.
-void RequireRepaired(const SectionList& mounted, const std::vector<RebuiltSection>& before) {
-  for (std::size_t i = 0; i < before.size(); ++i) {
-    if (!IsMountable(mounted.accepted[i])) continue;
-    const std::size_t count = before[i].salvaged.items.size();
-    RequireMounted(mounted.accepted[i],
-                   count == 0 ? "" : fmt::format("; vok repair --rebuild gets {} items out of it", count));
+void RequireRepaired(const SectionList& mounted, const Losses& losses) {
+  for (const Section& section : mounted.accepted) {
+    if (!IsMountable(section)) continue;
+    std::size_t count = 0;
+    for (const Loss& loss : LossesOfSection(losses, section.name)) count += loss.items.size();
+    RequireMounted(section, count == 0 ? "" : fmt::format("; vok repair --rebuild gets {} items out of it", count));
   }
 }
 
 /// @return what was done, to begin a sentence with
-std::string WriteRepaired(const LoadedImage& image, const Claim& claim, const std::vector<LostItems>& lost) {
-  if (claim.IsInPlace() && !image.HasChanged()) return "nothing to repair; ";
-  WriteChanged(image, claim, lost);
+std::string WriteRepaired(const LoadedImage& image, const Claim& claim, const Losses& losses) {
+  if (claim.IsInPlace() && !image.HasChanged()) {
+    TellLosses(losses);
+    return "nothing to repair; ";
+  }
+  WriteChanged(image, claim, losses);
   return "wrote " + claim.path() + "; ";
 }
 
@@ -50,10 +54,10 @@ int RunRepair(const Options& options) {
   const LoadedImage image(options.image);
   RequireSetUp(image.sections());
   std::vector<SectionReport> reports = InspectSections(image.sections());
-  const std::vector<RebuiltSection> before = SalvageSections(image.sections());
   const SectionList mounted = MountSections(MountPurpose::kRepair);
-  RequireRepaired(mounted, before);
-  const std::vector<LostItems> lost = FindLostItems(before, mounted);
+  const Losses losses = image.holdings().FindLosses(mounted);
+  RequireRepaired(mounted, losses);
+  RequireNothingDropped(losses, AcceptLoss{options.accept_loss});
   for (std::size_t i = 0; i < reports.size(); ++i) reports[i].code = mounted.accepted[i].mount_code;
 
   std::vector<SectionReport> left = InspectSections(mounted);
@@ -61,9 +65,10 @@ int RunRepair(const Options& options) {
   for (std::size_t i = 0; i < left.size(); ++i) left[i].code = checked.accepted[i].mount_code;
 
   const bool clean = IsClean(left);
-  const std::string what = WriteRepaired(image, claim, lost) + (clean ? "clean now" : "a check still finds something");
+  const std::string what =
+      WriteRepaired(image, claim, losses) + (clean ? "clean now" : "a check still finds something");
   if (options.json) {
-    Print(ReportJson(image.version(), clean, reports));
+    Print(ReportJson(image.version(), clean, reports, losses));
   } else {
     PrintReport(reports);
     Print('\n' + what + '\n');

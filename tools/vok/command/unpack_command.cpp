@@ -6,12 +6,12 @@
 #include "answer/json.h"
 #include "base/staging.h"
 #include "base/terminal.h"
+#include "building/read_image.h"
 #include "building/unpacked_folder.h"
 #include "command/arguments.h"
 #include "command/commands.h"
-#include "image/image.h"
+#include "command/conclude.h"
 #include "section/items.h"
-#include "section/mounting.h"
 
 namespace vok::tool {
 
@@ -31,34 +31,39 @@ SectionItems UnpackSection(const Section& section, const StagingDirectory& direc
   return unpacked;
 }
 
+/// What is lost beside the sections that were to be left out.
+Losses WithoutUnmounted(const Losses& losses, const SectionList& sections) {
+  Losses rest = losses;
+  for (const Section& section : sections.accepted)
+    if (!section.IsMounted()) std::erase_if(rest, [&](const Loss& loss) { return loss.section == section.name; });
+  return rest;
+}
+
 }  // namespace
 
 void TakeUnpack(Arguments& arguments, Options& options) {
   arguments.Text("DIR", options.directory, "directory to make").Required();
   arguments.Force("replace what an earlier unpack made");
+  arguments.Rebuilt();
   arguments.Flag("--skip-unmounted", options.skip_unmounted, "leave out sections that do not mount");
   arguments.ManyImages(ManyUse::kFolders);
 }
 
 int RunUnpack(const Options& options) {
-  const LoadedImage image(options.image);
-  RequireSetUp(image.sections());
-  const SectionList sections = MountSections(MountPurpose::kRead);
-  if (!options.skip_unmounted) RequireAllMounted(sections);
-
+  const ReadImage image(options.image);
   StagingDirectory directory(options.directory, ExistingFor(options));
   const std::set<std::filesystem::path> earlier = MadeFiles(options.directory);
   std::vector<SectionItems> unpacked;
   std::size_t count = 0;
-  for (const Section& section : sections.accepted) {
+  for (const Section& section : image.sections().accepted) {
     unpacked.push_back(UnpackSection(section, directory));
     count += unpacked.back().items.size();
   }
-  directory.Write(kPsdtFileName, image.psdt().bytes);
-  directory.Write(kManifestFileName, AsBytes(ManifestJson(image, unpacked)));
+  directory.Write(kPsdtFileName, image.loaded().psdt().bytes);
+  directory.Write(kManifestFileName, AsBytes(ManifestJson(image.loaded(), unpacked, image.losses())));
   directory.Publish(earlier);
   Print(fmt::format("{} items of {} sections in {}\n", count, unpacked.size(), options.directory));
-  return kDone;
+  return Conclude(options.skip_unmounted ? WithoutUnmounted(image.losses(), image.sections()) : image.losses());
 }
 
 }  // namespace vok::tool

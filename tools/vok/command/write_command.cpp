@@ -53,8 +53,9 @@ void Carry(const ItemChange& change, ChangedImage& image, const Claim& claim, co
   image.Save(claim);
 }
 
-void PrintAnswer(const Options& options, u16 asked, const Section& section, const ItemEntry& item) {
-  if (options.json) return Print(WrittenJson(section, item));
+void PrintAnswer(const Options& options, u16 asked, const Section& section, const ItemEntry& item,
+                 const Losses& losses) {
+  if (options.json) return Print(WrittenJson(section, item, losses));
   if (asked == kNewId) Print(fmt::format("{}\n", item.id));
 }
 
@@ -81,20 +82,21 @@ int RunWrite(const Options& options) {
   const Bytes bytes = options.input == "-" ? ReadStandardInput() : ReadFile(options.input);
   const u32 length = static_cast<u32>(bytes.size());
   const Claim claim(options.image, DestinationOf(options));
-  ChangedImage image(options.image);
+  ChangedImage image(options.image, AcceptLoss{options.accept_loss});
   const std::string what = fmt::format("cannot write item type {} {}", options.type, IdText(options.id));
   const Section section = SectionOfType(image.sections(), options.type, what);
   const u64 marker = Exists(section, options.type, options.id) ? MarkerSize(0) : 0;
   u16 id = options.id;
   Carry({.what = what, .section = section, .length = length, .marker = marker}, image, claim,
         [&] { return WriteItem(section.partition(), kJournalled, options.type, &id, bytes.data(), length); });
-  PrintAnswer(options, options.id, section, {.type = options.type, .id = id, .length = length, .crc32 = Crc32(bytes)});
+  PrintAnswer(options, options.id, section, {.type = options.type, .id = id, .length = length, .crc32 = Crc32(bytes)},
+              image.losses());
   return kDone;
 }
 
 int RunRename(const Options& options) {
   const Claim claim(options.image, DestinationOf(options));
-  ChangedImage image(options.image);
+  ChangedImage image(options.image, AcceptLoss{options.accept_loss});
   const std::string what = fmt::format("cannot rename item type {} ID {} to type {} {}", options.type, options.id,
                                        options.new_type, IdText(options.new_id));
   const Section section = SectionOfType(image.sections(), options.type, what);
@@ -113,7 +115,7 @@ int RunRename(const Options& options) {
         claim,
         [&] { return RenameItem(section.partition(), kJournalled, options.new_type, &id, options.type, options.id); });
   PrintAnswer(options, options.new_id, section,
-              {.type = options.new_type, .id = id, .length = length, .crc32 = Crc32(bytes)});
+              {.type = options.new_type, .id = id, .length = length, .crc32 = Crc32(bytes)}, image.losses());
   return kDone;
 }
 

@@ -44,6 +44,7 @@ LoadedImage::LoadedImage(const ImageArguments& arguments) : is_dump_(arguments.I
   LoadContents();
   sections_ = SetUpSections();
   RequireWholeSections();
+  holdings_ = ImageHoldings(sections_);
 }
 
 void LoadedImage::LoadDump(const ImageArguments& arguments) {

@@ -4,7 +4,7 @@
 
 #include "image/image_arguments.h"
 #include "image/image_bytes.h"
-#include "section/sections.h"
+#include "section/losses.h"
 #include "vok/vok_worker.h"
 
 namespace vok::tool {
@@ -27,6 +27,8 @@ class LoadedImage {
   const SectionList& sections() const { return sections_; }
   u16 version() const { return version_; }
   const ImageBytes& psdt() const { return psdt_; }
+  /// What lay in the sections when the image was loaded.
+  const ImageHoldings& holdings() const { return holdings_; }
 
   /// The flash range that holds the codeplug: of a pair the codeplug file's, of a dump the one that its sections span.
   u32 codeplug_start() const;
@@ -55,6 +57,7 @@ class LoadedImage {
   ImageBytes contents_;  ///< the dump or the codeplug
   u16 version_ = 0;
   SectionList sections_;
+  ImageHoldings holdings_;
 };
 
 /// @throws Failure when the store cannot be set up over the sections

@@ -16,6 +16,7 @@ struct ImageArguments {
   PlacedFile psdt;
   PlacedFile codeplug;
   u16 store_version = 0;  ///< 0 = as the blocks say
+  bool rebuilt = false;   ///< for reading: with its sections rebuilt in memory
 
   bool IsDump() const { return !dump.empty(); }
 };

@@ -53,12 +53,16 @@ u32 Crc32(std::span<const u8> bytes, u32 sum) {
   return bytes.empty() ? sum : static_cast<u32>(crc32_z(sum, bytes.data(), bytes.size()));
 }
 
-Bytes ReadItemBytes(const Section& section, u16 type, u16 id) {
+u16 TryReadItem(const Section& section, u16 type, u16 id, Bytes& bytes) {
   u32 length = 0;
-  u16 code = GetItemLength(section.partition(), type, id, &length);
-  Bytes bytes(length);
-  if (code == code::kOk) code = ReadItem(section.partition(), type, id, bytes.data(), &length, 0);
-  if (code != code::kOk)
+  if (const u16 code = GetItemLength(section.partition(), type, id, &length)) return code;
+  bytes.resize(length);
+  return ReadItem(section.partition(), type, id, bytes.data(), &length, 0);
+}
+
+Bytes ReadItemBytes(const Section& section, u16 type, u16 id) {
+  Bytes bytes;
+  if (const u16 code = TryReadItem(section, type, id, bytes))
     throw Failure(fmt::format("cannot read item type {} ID {} of section {}", type, id, section.name), code);
   return bytes;
 }
@@ -67,7 +71,8 @@ void VisitItems(const Section& section, const ItemVisitor& visit) {
   RequireMounted(section);
   for (const u16 type : TypesOf(section)) {
     for (const u16 id : IdsOf(section, type)) {
-      const Bytes bytes = ReadItemBytes(section, type, id);
+      Bytes bytes;
+      if (TryReadItem(section, type, id, bytes) != code::kOk) continue;
       visit({.type = type, .id = id, .length = static_cast<u32>(bytes.size()), .crc32 = Crc32(bytes)}, bytes);
     }
   }

@@ -10,6 +10,7 @@
 #include "flash/image.h"
 #include "section/findings.h"
 #include "section/items.h"
+#include "section/kept_flash.h"
 #include "store/volume/layout.h"
 #include "store/volume/mount.h"
 #include "vok/store.h"
@@ -31,8 +32,13 @@ bool HasCheckRoute(const Section& section) {
                      [](const psdt::TypeRange& range) { return ModeByRoute(range) == ModeNumber(MountMode::kCheck); });
 }
 
+u16 MountForChecking(const Section& section) {
+  return MountPartition(section.partition(), ModeNumber(MountMode::kCheck));
+}
+
 /// Once for each route, until one succeeds.
 u16 MountLikeStartUp(const Section& section) {
+  if (!IsMountable(section)) return MountForChecking(section);
   u16 code = code::kUnmounted;
   for (const psdt::TypeRange& range : TypeRangesOf(section))
     if (code != code::kOk) code = MountPartition(section.partition(), ModeByRoute(range));
@@ -40,8 +46,8 @@ u16 MountLikeStartUp(const Section& section) {
 }
 
 u16 MountForRepair(const Section& section) {
-  const bool only_check = section.IsReadOnly() && HasCheckRoute(section);
-  return MountPartition(section.partition(), ModeNumber(only_check ? MountMode::kCheck : MountMode::kRepair));
+  if (section.IsReadOnly()) return MountForChecking(section);
+  return MountPartition(section.partition(), ModeNumber(MountMode::kRepair));
 }
 
 Bytes FlashBytes(u64 start, u64 end) {
@@ -89,16 +95,14 @@ SectionList MountSections(MountPurpose purpose) {
 SectionList CheckMountSections() {
   SectionList sections = SetUpSections();
   for (Section& section : sections.accepted)
-    section.mount_code =
-        IsMountable(section) ? MountPartition(section.partition(), ModeNumber(MountMode::kCheck)) : code::kReadOnly;
+    section.mount_code = IsMountable(section) ? MountForChecking(section) : code::kReadOnly;
   return sections;
 }
 
 u16 TryRepairMount(const Section& section) {
-  // An erase wipes the erase size of the store version, whatever block size the section has.
-  const Bytes before = FlashBytes(section.entry.start, section.end() + CurrentLayout().erase_size);
+  const KeptFlash kept(section);
   const u16 code = MountPartition(section.partition(), ModeNumber(MountMode::kRepair));
-  CopyToFlash(section.entry.start, before.data(), static_cast<u32>(before.size()));
+  kept.Restore();
   return code;
 }
 

@@ -9,7 +9,7 @@ namespace vok::tool {
 
 /// What a person wants done with the sections.
 enum class MountPurpose {
-  kRead,    ///< as start-up mounts them
+  kRead,    ///< as start-up mounts them; for checking where it has no way to
   kRepair,  ///< with repair, also the read-write sections that start-up only checks
 };
 

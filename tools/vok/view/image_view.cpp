@@ -31,10 +31,10 @@ SectionView ViewSectionWhole(const Section& section) {
 
 }  // namespace
 
-SectionView ViewSection(const Section& section) {
+SectionView ViewSection(const Section& section, UnreachedSlots unreached) {
   SectionView view{.section = &section, .blocks = {}, .findings = InspectSection(section), .lost = {}};
   const PartitionRecord& partition = PartitionAt(section.partition());
-  for (u16 i = 0; i < partition.block_count; ++i) view.blocks.push_back(ViewBlock(partition, i));
+  for (u16 i = 0; i < partition.block_count; ++i) view.blocks.push_back(ViewBlock(partition, i, unreached));
   return view;
 }
 

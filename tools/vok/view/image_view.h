@@ -29,7 +29,7 @@ struct ImageView {
   std::vector<SectionView> sections;
 };
 
-SectionView ViewSection(const Section& section);
+SectionView ViewSection(const Section& section, UnreachedSlots unreached = UnreachedSlots::kSkip);
 
 /// Looks at every accepted section, also at slots to which no mount comes. @throws Failure when they cannot be set up
 ImageView ViewImage(const LoadedImage& image);

@@ -9,7 +9,7 @@
 
 namespace vok::tool {
 
-bool ItemCopy::IsCurrent() const { return IsValid(slot->header.word) && block->IsCurrent(); }
+bool ItemCopy::IsCurrent() const { return IsValid(slot->header.word) && block->IsCurrent() && !slot->behind_list; }
 
 Bytes ItemCopy::Payload() const {
   if (!slot->IsSound())

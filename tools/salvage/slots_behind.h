@@ -1,0 +1,16 @@
+#pragma once
+
+#include <vector>
+
+#include "record_line.h"
+
+namespace vok::tool {
+
+/// The Valid slots with sound records, one after another in line, that lie behind the first unused slot of a block. No
+/// writer leaves a gap in a slot list, so that damage made the slot look unused; no reader goes on behind it.
+/// @param list_end  the unused slot
+/// @param line      as the slots before it leave it
+std::vector<FlashAddress> SlotsBehind(const PartitionRecord& partition, const BlockRecord& block, FlashAddress list_end,
+                                      RecordLine line);
+
+}  // namespace vok::tool
