@@ -20,14 +20,8 @@ fuzz() {
     "build/fuzz/corpus/$target" "fuzz/corpus/$target"
 }
 
-# bench [--check | --record]
 bench() {
   need libbenchmark-dev
   build release -DVOK_BUILD_BENCH=ON
-  if [ -z "${1:-}" ]; then
-    build/release/vok_bench --markdown docs/performance.md
-    return
-  fi
-  need valgrind
-  bench/check_instructions build/release "$1"
+  build/release/vok_bench --markdown docs/performance.md
 }

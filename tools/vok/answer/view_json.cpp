@@ -2,6 +2,7 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <map>
 
 #include "answer/losses_json.h"
@@ -15,18 +16,20 @@ namespace vok::tool {
 
 namespace {
 
-Json FindingsOf(const SectionView& section, u16 block) {
+Json FindingsOf(const SectionView& section, u16 block, std::size_t most) {
   Json json = Json::array();
-  for (const Finding* finding : section.FindingsOf(block)) {
+  const std::span<const Finding> findings = section.FindingsOf(block);
+  for (const Finding& finding : findings.first(std::min(findings.size(), most))) {
     Json& added = json.emplace_back(Json::object());
-    if (finding->slot) added["slot"] = *finding->slot;
-    added["what"] = finding->what;
-    added["repair"] = finding->repair;
+    if (finding.slot) added["slot"] = *finding.slot;
+    added["severity"] = NameOf(ConditionOf(section, finding));
+    added["what"] = finding.what;
+    added["repair"] = finding.repair;
   }
   return json;
 }
 
-Json BlockOf(const SectionView& section, const BlockView& block) {
+Json BlockOf(const SectionView& section, const BlockView& block, std::size_t most_findings) {
   Json json = {{"block", block.index}, {"address", block.figures.base}, {"state", block.StateName()}};
   json["state_word"] = block.figures.state;
   json["format_version"] = block.has_signature ? Json(block.format_version) : Json();
@@ -40,7 +43,7 @@ Json BlockOf(const SectionView& section, const BlockView& block) {
   json["condition"] = NameOf(ConditionOf(section, block));
   json["slot_count"] = block.slots.size();
   json["dead_slots"] = block.figures.deleted_slots;
-  json["findings"] = FindingsOf(section, block.index);
+  json["findings"] = FindingsOf(section, block.index, most_findings);
   return json;
 }
 
@@ -84,14 +87,14 @@ Json CopyOf(std::size_t number, const ItemCopy& copy) {
 
 }  // namespace
 
-Json MapObject(const ImageView& view) {
+Json MapObject(const ImageView& view, std::size_t most_findings) {
   const std::map<const BlockView*, std::size_t> ranks = RanksOf(view);
   Json json = {{"format", "vok/1"}, {"version", view.version}, {"worst", WorstOf(view)}, {"sections", Json::array()}};
   for (const SectionView& section : view.sections) {
     Json& added = json["sections"].emplace_back(SectionOf(section));
     added["blocks"] = Json::array();
     for (const BlockView& block : section.blocks) {
-      Json& added_block = added["blocks"].emplace_back(BlockOf(section, block));
+      Json& added_block = added["blocks"].emplace_back(BlockOf(section, block, most_findings));
       added_block["rank"] = ranks.at(&block);
     }
   }

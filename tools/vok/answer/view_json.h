@@ -1,5 +1,6 @@
 #pragma once
 
+#include <limits>
 #include <span>
 #include <string>
 
@@ -13,8 +14,11 @@
 
 namespace vok::tool {
 
+constexpr std::size_t kEveryFinding = std::numeric_limits<std::size_t>::max();
+
 /// The map as an object to which more can be added.
-Json MapObject(const ImageView& view);
+/// @param most_findings  of each block that it holds
+Json MapObject(const ImageView& view, std::size_t most_findings = kEveryFinding);
 std::string MapJson(const ImageView& view, const Losses& losses);
 std::string ExplanationJson(const Explanation& explanation, const Losses& losses);
 std::string HistoryJson(u16 type, u16 id, std::span<const ItemCopy> copies, const Losses& losses);

@@ -22,6 +22,7 @@ class ReadImage {
   u16 version() const { return image_.version(); }
   const SectionList& sections() const { return sections_; }
   const Losses& losses() const { return losses_; }
+  bool is_rebuilt() const { return is_rebuilt_; }
 
  private:
   void RebuildInMemory();

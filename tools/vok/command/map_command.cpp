@@ -35,7 +35,7 @@ void TakeMap(Arguments& arguments, Options& options) {
 
 int RunMap(const Options& options) {
   const ReadImage image(options.image, Look::kAsItLies);
-  const ImageView view = ViewImage(image.loaded());
+  const ImageView view = ViewImage(image);
   const std::string name = std::filesystem::path(image.loaded().changed_path()).filename().string();
   if (!options.svg.empty()) Deliver(options, options.svg, MapSvg(view, name));
   if (!options.html.empty()) Deliver(options, options.html, MapPage(view, name));

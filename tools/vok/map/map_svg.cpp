@@ -171,7 +171,7 @@ std::string Head(const ImageView& view, const std::string& image_name) {
   std::string head = fmt::format(
       "<text x=\"{}\" y=\"40\" class=\"title\">{} <tspan dx=\"8\" font-size=\"13\" class=\"soft\">flash map, store "
       "version {}</tspan></text>\n",
-      kMargin, Escaped(image_name), view.version);
+      kMargin, Escaped(image_name), view.version, view.is_rebuilt ? ", as rebuilt" : "");
   head += Sign(kMargin, 53, condition);
   const u32 x = condition == Condition::kFine ? kMargin : kMargin + kSignSize + 6;
   return head + TextAt(x, 65, "", SummaryOf(view)) + Legend(94) + SignLegend(40);

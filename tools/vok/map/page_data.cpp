@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "answer/losses_json.h"
 #include "answer/view_json.h"
 #include "base/json_text.h"
 #include "block_words.h"
@@ -18,13 +19,6 @@ namespace {
 constexpr std::size_t kMostFindings = 200;
 constexpr u32 kNoRecord = 0xFFFFFFFF;
 
-void LimitFindings(Json& block) {
-  Json& findings = block["findings"];
-  const std::size_t left_out = findings.size() - std::min(findings.size(), kMostFindings);
-  findings.erase(findings.end() - static_cast<std::ptrdiff_t>(left_out), findings.end());
-  block["findings_left_out"] = left_out;
-}
-
 std::size_t CountItems(const BlockView& block) {
   if (!block.IsCurrent()) return 0;
   return static_cast<std::size_t>(std::ranges::count_if(block.slots, [](const SlotView& slot) {
@@ -33,32 +27,12 @@ std::size_t CountItems(const BlockView& block) {
 }
 
 void AddToBlock(const SectionView& section, const BlockView& block, Json& json) {
-  LimitFindings(json);
-  for (Json& finding : json["findings"])
-    finding["severity"] = finding["repair"].get<std::string>().starts_with("none") ? "error" : "due";
+  json["findings_left_out"] = section.FindingsOf(block.index).size() - json["findings"].size();
   json["current"] = block.IsCurrent();
   json["items"] = CountItems(block);
   json["next_slot"] = block.figures.next_slot;
   json["lost_slots"] = Json::array();
-  for (const LostCopy& copy : section.lost)
-    if (copy.block == block.index) json["lost_slots"].push_back(copy.slot);
-}
-
-Json LossesOf(const ImageView& view) {
-  Json losses = Json::array();
-  for (const SectionView& section : view.sections)
-    for (const BlockView& block : section.blocks) {
-      Json items = Json::array();
-      for (const LostCopy& copy : section.lost)
-        if (copy.block == block.index) items.push_back({{"type", copy.name.type}, {"id", copy.name.id}});
-      if (items.empty()) continue;
-      losses.push_back({{"section", section.section->name},
-                        {"block", block.index},
-                        {"items", items},
-                        {"why", block.StateName()},
-                        {"remedy", "vok repair --rebuild " + section.section->name}});
-    }
-  return losses;
+  for (const LostCopy& copy : section.LostIn(block.index)) json["lost_slots"].push_back({copy.slot, copy.loss});
 }
 
 /// What the page needs to know of the layout to show slots in their bytes.
@@ -105,9 +79,10 @@ Bytes RecordsOf(const BlockView& block) {
 }  // namespace
 
 std::string PageFigures(const ImageView& view, const std::string& image_name) {
-  Json json = MapObject(view);
+  Json json = MapObject(view, kMostFindings);
   json["image"] = image_name;
-  json["losses"] = LossesOf(view);
+  AddLosses(json, view.losses);
+  json["rebuilt"] = view.is_rebuilt;
   AddLayout(json);
   for (std::size_t i = 0; i < view.sections.size(); ++i) {
     const SectionView& section = view.sections[i];

@@ -26,6 +26,7 @@ enum class Reason : u8 {
   kRetired,
 };
 enum class Remedy : u8 { kRebuild, kHistory, kNone };
+constexpr const char* kRepair = "vok repair";
 
 std::string TextOf(Reason reason, const BlockHead& head) {
   switch (reason) {
@@ -172,7 +173,7 @@ std::string SectionLosses::RemedyOfAll() const {
   const bool repair_helps =
       section_.mount_code == code::kNeedsRepair && !section_.IsReadOnly() &&
       std::none_of(copies.begin(), copies.end(), [this](const ValidCopy& copy) { return IsFormatted(HeadOf(copy)); });
-  return repair_helps ? "vok repair" : TextOf(Remedy::kRebuild, section_.name);
+  return repair_helps ? kRepair : TextOf(Remedy::kRebuild, section_.name);
 }
 
 void SectionLosses::LoseUnserved() {
@@ -283,6 +284,10 @@ Losses ImageHoldings::FindLosses(const SectionList& mounted) const {
     for (const Section& section : *list) std::ranges::move(FindLosses(section), std::back_inserter(losses));
   return losses;
 }
+
+bool IsEndedByRepair(const Loss& loss) { return loss.remedy == kRepair; }
+
+bool IsEndedByRebuild(const Loss& loss) { return loss.remedy == TextOf(Remedy::kRebuild, loss.section); }
 
 std::string CountText(std::size_t count, const std::string& what) {
   return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");

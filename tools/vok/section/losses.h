@@ -22,6 +22,11 @@ struct Loss {
 };
 using Losses = std::vector<Loss>;
 
+/// Whether a repair is enough to get the items back.
+bool IsEndedByRepair(const Loss& loss);
+/// Whether nothing less than a rebuild gets them back.
+bool IsEndedByRebuild(const Loss& loss);
+
 /// What the sections of an image hold before anything is mounted.
 class ImageHoldings {
  public:

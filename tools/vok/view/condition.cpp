@@ -23,14 +23,16 @@ const Words& WordsOf(Condition condition) { return kWords[static_cast<std::size_
 const char* TextOf(Condition condition) { return WordsOf(condition).text; }
 const char* NameOf(Condition condition) { return WordsOf(condition).name; }
 
-Condition ConditionOf(const Finding& finding) {
-  return finding.repair.starts_with("none") ? Condition::kDamage : Condition::kDue;
+Condition ConditionOf(const SectionView& section, const Finding& finding) {
+  const bool costs_items = !finding.slot && !section.LostIn(finding.block).empty();
+  return costs_items || finding.repair.starts_with("none") ? Condition::kDamage : Condition::kDue;
 }
 
 Condition ConditionOf(const SectionView& section, const BlockView& block) {
   Condition condition = block.shares.dead != 0 ? Condition::kRegain : Condition::kFine;
-  if (section.LostIn(block.index) != 0) condition = Condition::kDamage;
-  for (const Finding* finding : section.FindingsOf(block.index)) condition = std::max(condition, ConditionOf(*finding));
+  if (!section.LostIn(block.index).empty()) return Condition::kDamage;
+  for (const Finding& finding : section.FindingsOf(block.index))
+    condition = std::max(condition, ConditionOf(section, finding));
   return condition;
 }
 
@@ -42,7 +44,7 @@ Condition ConditionOf(const ImageView& view) {
 }
 
 std::string HeadlineOf(const SectionView& section, const BlockView& block) {
-  if (const std::size_t lost = section.LostIn(block.index))
+  if (const std::size_t lost = section.LostIn(block.index).size())
     return fmt::format("{} item{} lost", lost, lost == 1 ? "" : "s");
   const Condition condition = ConditionOf(section, block);
   if (condition >= Condition::kDue) return TextOf(condition);

@@ -19,8 +19,8 @@ const char* TextOf(Condition condition);
 /// A name for it in data and styles: "fine", "regain", "due" or "error"
 const char* NameOf(Condition condition);
 
-/// That of the block that it concerns, as far as it goes.
-Condition ConditionOf(const Finding& finding);
+/// What a finding says of its block: damage where no repair helps, or where one costs items.
+Condition ConditionOf(const SectionView& section, const Finding& finding);
 Condition ConditionOf(const SectionView& section, const BlockView& block);
 /// That of the block that is worst off.
 Condition ConditionOf(const ImageView& view);

@@ -129,11 +129,11 @@ void ExplainInBlock(const BlockView& block, Explanation& explanation) {
 /// The finding that decides what becomes of the bytes: that of their slot, or the block's own.
 const Finding* FindingFor(const SectionView& section, const BlockView& block, const Explanation& explanation) {
   const bool of_tail = explanation.place == "record without slot";
-  for (const Finding* finding : section.FindingsOf(block.index)) {
-    const bool same_slot = finding->slot && explanation.slot && *finding->slot == *explanation.slot;
+  for (const Finding& finding : section.FindingsOf(block.index)) {
+    const bool same_slot = finding.slot && explanation.slot && *finding.slot == *explanation.slot;
     const bool whole_block =
-        !finding->slot && (of_tail || block.IsToBeFormatted() || explanation.place == "block header");
-    if (same_slot || whole_block) return finding;
+        !finding.slot && (of_tail || block.IsToBeFormatted() || explanation.place == "block header");
+    if (same_slot || whole_block) return &finding;
   }
   return nullptr;
 }

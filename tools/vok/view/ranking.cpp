@@ -37,7 +37,7 @@ std::string TroubleOf(const RankedBlock& ranked) {
   const BlockView& block = *ranked.block;
   std::string trouble;
   const auto add = [&trouble](const std::string& text) { trouble += (trouble.empty() ? "" : ", ") + text; };
-  if (const std::size_t lost = ranked.section->LostIn(block.index)) add(Counted(lost, "item") + " lost");
+  if (const std::size_t lost = ranked.section->LostIn(block.index).size()) add(Counted(lost, "item") + " lost");
   if (const std::size_t found = ranked.section->FindingsOf(block.index).size()) add(Counted(found, "finding"));
   if (const u32 dead = block.shares.dead)
     add(fmt::format("{} ({:.1f} %)", Counted(dead, "dead byte"), 100.0 * dead / std::max(block.size, 1U)));

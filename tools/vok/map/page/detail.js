@@ -31,6 +31,11 @@ function copyButtons(slot) {
       `${copy.block.block}/${copy.number} ${copy.state}`)));
 }
 
+function lossNote(loss) {
+  return element("div", { class: "findings" }, element("div", { class: "finding error" },
+    element("b", {}, `Not served: ${loss.why}`), element("div", {}, "remedy: ", element("code", {}, loss.remedy))));
+}
+
 /// Hands the payload to the browser as a file; nothing leaves the machine.
 function savePayload(slot) {
   const link = element("a", { download: `${slot.type}-${slot.id}.bin` });
@@ -44,14 +49,14 @@ function renderSlotDetail(slot) {
   document.getElementById("detail").replaceChildren(
     element("div", { class: "head-line" },
       element("h2", {}, nameOf(slot)), stateText(slot),
-      slot.isLost ? badge("error", "only a rebuild brings it back") : null,
+      slot.isLost ? badge("error", "not served") : null,
       slot.isCurrent && !slot.isJournal ? element("span", { class: "badge" }, "current copy") : null,
       element("span", { class: "soft" }, `${placeOf(slot.block)} slot ${slot.number}`),
       slot.isSound ? element("button", { type: "button", onclick: () => savePayload(slot) }, "Save bytes") : null),
     factList([
       ["slot at", hex(slot.address)], ["slot bytes", Array.from(slotBytesOf(slot), byteText).join(" ")],
       ["state bits", stateBits(slot)], ["location bits", locationText(slot)], ...recordFacts(slot)]),
-    findingList(findings) ?? "", copyButtons(slot) ?? "");
+    slot.loss ? lossNote(slot.loss) : "", findingList(findings) ?? "", copyButtons(slot) ?? "");
   const { mark } = chosen;
   showHex(payloadOf(slot), 0, mark && { start: mark.start - slot.offset, length: mark.length });
 }

@@ -23,9 +23,21 @@ function offsetsOf(bytes, { bytes: pattern, ignoresCase }) {
   return offsets;
 }
 
+/// The first match in each payload, which counts the others, and each of those in none.
 function matchesIn(block, pattern) {
-  return offsetsOf(bytesOf(block), pattern).map((start) => ({
-    kind: pattern.how, block, slot: slotHolding(block, start), mark: { start, length: pattern.bytes.length } }));
+  const bySlot = new Map();
+  const found = [];
+  for (const start of offsetsOf(bytesOf(block), pattern)) {
+    const slot = slotHolding(block, start);
+    if (slot && bySlot.has(slot)) {
+      ++bySlot.get(slot).times;
+      continue;
+    }
+    const match = { kind: pattern.how, block, slot, mark: { start, length: pattern.bytes.length }, times: 1 };
+    if (slot) bySlot.set(slot, match);
+    found.push(match);
+  }
+  return found;
 }
 
 /// How near a match is to what a person looks for: in an item that is read, that a rebuild brings back, in any, in none.

@@ -31,29 +31,38 @@ function allFindings() {
     .sort((a, b) => order.indexOf(a.severity) - order.indexOf(b.severity));
 }
 
-/// The slots of a loss as far as it says in which block they lie.
-function lossEntry(loss) {
-  const section = image.sections.find((one) => one.section === loss.section);
-  const block = section.blocks[loss.block];
-  const slotOfItem = (item) => {
-    const homes = block ? [block] : section.blocks;
-    for (const home of homes)
-      for (const number of home.lostSlots) {
-        const slot = slotNumbered(home, number);
-        if (slot.type === item.type && slot.id === item.id) return slot;
-      }
-    return null;
+/// The slot that holds an item of a loss; null when none of the sections shown does.
+function slotOfLoss(loss, item) {
+  for (const block of blocks)
+    for (const [number, other] of block.lostSlots) {
+      const slot = other === loss ? slotNumbered(block, number) : null;
+      if (slot && slot.type === item.type && slot.id === item.id) return slot;
+    }
+  return null;
+}
+
+function blockOfLoss(loss) {
+  return blocks.find((block) => block.section.section === loss.section && block.block === loss.block) ?? null;
+}
+
+function itemOfLoss(loss, item) {
+  const open = () => {
+    const slot = slotOfLoss(loss, item);
+    if (slot) goToSlot(slot);
+    else if (blockOfLoss(loss)) goToBlock(blockOfLoss(loss));
   };
-  const itemButton = (item) => element("li", {}, element("button",
-    { type: "button", class: "chip",
-      onclick: () => { const slot = slotOfItem(item); if (slot) goToSlot(slot); else if (block) goToBlock(block); } },
-    `${item.type}/${item.id}`));
+  return element("li", {}, element("button", { type: "button", class: "chip", onclick: open }, `${item.type}/${item.id}`));
+}
+
+function lossEntry(loss) {
+  const block = blockOfLoss(loss);
   const place = block
     ? element("button", { type: "button", class: "link", onclick: () => goToBlock(block) }, placeOf(block))
     : element("span", {}, `section ${loss.section}`);
   return element("li", { class: "finding error" },
-    element("div", { class: "head-line" }, badge("error", plural(loss.items.length, "item")), place),
+    element("div", { class: "head-line" },
+      badge("error", loss.items.length > 0 ? plural(loss.items.length, "item") : "no item"), place),
     element("div", {}, element("b", {}, loss.why)),
-    element("div", { class: "soft" }, loss.remedy),
-    growingList(loss.items, itemButton, { class: "chips", "aria-label": "Items by type and ID" }));
+    element("div", {}, "remedy: ", element("code", {}, loss.remedy)),
+    growingList(loss.items, (item) => itemOfLoss(loss, item), { class: "chips", "aria-label": "Items by type and ID" }));
 }

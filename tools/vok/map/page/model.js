@@ -53,6 +53,7 @@ function makeSlot(block, index) {
     offset: isSound ? offset : undefined,
     length: isSound ? length : undefined,
     isJournal: type === image.journal_type,
+    loss: block.lostSlots.get(number) ?? null,
     isLost: block.lostSlots.has(number),
     isCurrent: state === "Valid" && block.current && !block.lostSlots.has(number),
   };
@@ -133,7 +134,7 @@ for (const section of image.sections) {
     block.section = section;
     block.size = section.block_size;
     block.holder = holders[blocks.length];
-    block.lostSlots = new Set(block.lost_slots);
+    block.lostSlots = new Map(block.lost_slots.map(([slot, loss]) => [slot, image.losses[loss]]));
     for (const finding of block.findings) finding.home = block;
     blocks.push(block);
   }

@@ -21,12 +21,19 @@ function numberOf(severity) {
     number: block.findings.filter((finding) => finding.severity === severity).length })), "number");
 }
 
+/// How many items each remedy helps.
+function lossesByRemedy() {
+  const numbers = new Map();
+  for (const loss of image.losses) numbers.set(loss.remedy, (numbers.get(loss.remedy) ?? 0) + loss.items.length);
+  return numbers;
+}
+
 /// How it stands and what to do, said in one line each.
 function verdictLines(totals) {
   const used = percent(totals.size - totals.free, totals.size);
   const lines = [`${plural(totals.items, "item")} in ${plural(image.sections.length, "section")}; ${used} of the space is taken.`];
-  const lost = sumOf(image.losses.map((loss) => ({ number: loss.items.length })), "number");
-  if (lost > 0) lines.push(`${plural(lost, "item")} that the store does not serve: vok repair --rebuild brings ${lost === 1 ? "it" : "them"} back.`);
+  for (const [remedy, number] of lossesByRemedy())
+    lines.push(`${plural(number, "item")} not served. Remedy: ${remedy}`);
   if (numberOf("error") > 0) lines.push(`${plural(numberOf("error"), "error")} found.`);
   if (numberOf("due") > 0) lines.push(`${plural(numberOf("due"), "thing")} to finish: vok repair does it.`);
   if (totals.dead > 0) lines.push(`A reorganisation regains ${plural(totals.dead, "dead byte")}.`);
@@ -86,8 +93,8 @@ function findingsCard() {
 
 function lossesCard() {
   if (image.losses.length === 0) return null;
-  return card("Lost until a rebuild", "losses",
-    element("p", { class: "soft" }, "The flash still holds these items, but the store does not serve them."),
+  return card("Not served", "losses",
+    element("p", { class: "soft" }, "The flash holds these items, but the store does not serve them once it is mounted."),
     growingList(image.losses, lossEntry, { class: "findings", "aria-label": "Losses" }));
 }
 

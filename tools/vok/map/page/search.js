@@ -36,8 +36,8 @@ function placeOfResult({ kind, block, slot, mark }) {
   return `${place}  |${Array.from(bytes, characterOf).join("")}|`;
 }
 
-function endOfResult({ kind, slot }) {
-  if (kind !== "item") return kind;
+function endOfResult({ kind, slot, times = 1 }) {
+  if (kind !== "item") return times > 1 ? `${kind}, ${count(times)} times` : kind;
   return slot.isSound ? plural(slot.length, "byte") : "no record";
 }
 
@@ -52,7 +52,7 @@ function resultOption(result, number) {
 function noteOnResults(isBusy) {
   if (isBusy) return "Searching the bytes …";
   if (results.length === 0) return 'Nothing found. Try a type and ID (5 12), an address (0x20000), hex (de ad) or "text".';
-  if (results.length > kMostResults) return `and ${plural(results.length - kMostResults, "more match")}`.replace(/matchs$/, "matches");
+  if (results.length > kMostResults) return `and ${count(results.length - kMostResults)} more`;
   return plural(results.length, "result");
 }
 
