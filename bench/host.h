@@ -8,7 +8,7 @@ namespace vok::bench {
 inline constexpr std::uint32_t kImageSize = 0x2000000;
 
 /// How much of a section the items fill.
-enum class Fill : std::uint8_t { kUsual = 50, kTight = 80 };
+enum class Fill : std::uint8_t { kThird = 33, kUsual = 50, kTight = 80 };
 
 /// The programming application of the benchmark: a worker with one section, in a given store version.
 class Host {

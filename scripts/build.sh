@@ -14,6 +14,12 @@ run_tests() {
   ctest --preset "$1"
 }
 
+# The store must do the same by walks alone.
+test_walks() {
+  build walk
+  ctest --preset walk
+}
+
 # The page of `vok map --html` in a real browser.
 test_page() {
   command -v chromium >/dev/null || need chromium
@@ -25,6 +31,8 @@ test_all() {
   need_tests
   step 'debug build with sanitizers, tests' run_tests debug
   step 'release build, tests' run_tests release
+  step 'build without the acceleration, tests' test_walks
+  step 'instruction counts' bench --check
   step 'map page in a browser' test_page
   need_packaging
   step 'a consumer of the installed tree, of the Debian package and of the sources' test_shipping

@@ -20,8 +20,14 @@ fuzz() {
     "build/fuzz/corpus/$target" "fuzz/corpus/$target"
 }
 
+# bench [--check | --record]
 bench() {
   need libbenchmark-dev
   build release -DVOK_BUILD_BENCH=ON
-  build/release/vok_bench --markdown docs/performance.md
+  if [ -z "${1:-}" ]; then
+    build/release/vok_bench --markdown docs/performance.md
+    return
+  fi
+  need valgrind
+  bench/check_instructions build/release "$1"
 }
