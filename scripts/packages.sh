@@ -25,5 +25,5 @@ need_packaging() {
 }
 need_windows() {
   need_build
-  need g++-mingw-w64-x86-64-posix
+  need g++-mingw-w64-x86-64-posix libz-mingw-w64-dev
 }

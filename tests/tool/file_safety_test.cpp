@@ -24,7 +24,7 @@ class FileSafetyTest : public ToolTest {
   /// Starts "vok ARGUMENTS"; @return its process.
   pid_t Start(const std::string& arguments) const {
     const std::string command =
-        "cd '" + directory_.string() + "' && exec '" VOK_TOOL "' " + arguments + " >/dev/null 2>&1";
+        "cd '" + directory_.string() + "' && exec '" + Tool() + "' " + arguments + " >/dev/null 2>&1";
     const pid_t child = fork();
     if (child == 0) {
       execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);

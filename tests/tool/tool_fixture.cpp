@@ -37,6 +37,11 @@ Items ItemsOf(const json& items) {
 
 }  // namespace
 
+std::string Tool() {
+  const char* const named = std::getenv("VOK_TOOL");
+  return named != nullptr ? named : VOK_TOOL;
+}
+
 ToolTest::ToolTest()
     : directory_(MakeDirectory() / "files"), image_((fs::create_directory(directory_), Copy("v1", "clean"))) {}
 
@@ -48,8 +53,8 @@ ToolTest::~ToolTest() {
 Answer ToolTest::Run(const std::string& arguments, const std::string& before) const {
   const fs::path out = directory_.parent_path() / "out";
   const fs::path err = directory_.parent_path() / "err";
-  const std::string command = "cd '" + directory_.string() + "' && " + before + " '" VOK_TOOL "' " + arguments + " >'" +
-                              out.string() + "' 2>'" + err.string() + "'";
+  const std::string command = "cd '" + directory_.string() + "' && " + before + " '" + Tool() + "' " + arguments +
+                              " >'" + out.string() + "' 2>'" + err.string() + "'";
   const int status = std::system(command.c_str());
   return {
       .status = WIFEXITED(status) ? WEXITSTATUS(status) : -1, .out = Text(ReadPath(out)), .err = Text(ReadPath(err))};

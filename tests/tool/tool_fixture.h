@@ -14,6 +14,9 @@
 
 namespace vok::test {
 
+/// The tool that is tested: that of the build, or the one that the environment names in VOK_TOOL.
+std::string Tool();
+
 using Bytes = std::vector<std::uint8_t>;
 using nlohmann::json;
 

@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# Runs the examples with the DLLs under wine and compares what they make with what the same programs make on Linux.
+# Runs the examples with the DLLs, and the tool, under wine and compares what they make with what the same programs make
+# on Linux.
 # Usage: check_windows.sh LINUX_BUILD WINDOWS_BUILD SAMPLES_DIR   (needs mingw-w64 and wine)
 set -euo pipefail
 linux=$(realpath "$1") windows=$(realpath "$2") samples=$(realpath "$3")
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 exports=$here/../exports
-export WINEPREFIX=$windows/wine WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml='
+export LC_ALL=C.UTF-8 WINEPREFIX=$windows/wine WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml='
 wine=$(command -v wine64 || command -v /usr/lib/wine/wine64)
 work=$(mktemp -d)
 trap 'rm -rf "$work"; "$(dirname "$(readlink -f "$wine")")"/wineserver -k || true' EXIT
@@ -21,7 +22,7 @@ check_dll() {
 check_imports() {
   local foreign
   foreign=$(x86_64-w64-mingw32-objdump -p "$1" | sed -n 's/.*DLL Name: //p' |
-    grep -viE '^(kernel32|msvcrt|vok|vok_c)\.dll$' || true)
+    grep -viE '^(kernel32|msvcrt|shell32|vok|vok_c)\.dll$' || true)
   [ -z "$foreign" ] || { echo "${1##*/} needs $foreign" >&2; return 1; }
 }
 
@@ -44,6 +45,32 @@ compare() {
   diff -r "$work/$name/linux" "$work/$name/windows"
 }
 
+# What a person does with the tool, in folders whose names are not ASCII: the same answers, the same files.
+use_tool() {
+  local image=(--psdt Grüße/psdt.bin --codeplug Grüße/codeplug.bin)
+  "$@" --version
+  "$@" sample Grüße
+  "$@" "${image[@]}" unpack Äpfel
+  printf 'new item' | "$@" "${image[@]}" write 10 new -
+  "$@" "${image[@]}" delete 10 0
+  "$@" "${image[@]}" reorganise
+  "$@" "${image[@]}" read 10 1
+  "$@" "${image[@]}" list --json
+  "$@" "${image[@]}" unpack --force Äpfel
+  "$@" pack Äpfel -o 'ein Päckchen.bin'
+  "$@" "${image[@]}" map --html Karte.html
+  "$@" --psdt Grüße/psdt.bin check --jobs 2 Grüße/codeplug.bin 'ein Päckchen.bin' 2>&1
+  "$@" "${image[@]}" list NONE 2>&1 || echo "status $?"
+}
+
+compare_tool() {
+  mkdir -p "$work/tool/linux" "$work/tool/windows"
+  (cd "$work/tool/linux" && use_tool "$linux/vok" >words)
+  (cd "$work/tool/windows" && use_tool "$wine" "$windows/vok.exe" >words)
+  diff -r "$work/tool/linux" "$work/tool/windows"
+}
+
+check_imports "$windows/vok.exe"
 check_dll "$windows/vok.dll"
 check_dll "$windows/vok_c.dll"
 build_examples
@@ -52,3 +79,4 @@ compare host psdt.bin codeplug.bin result.bin
 compare program psdt.bin codeplug.bin result.bin
 compare embedding flash.bin text
 grep -q 'as expected: VOK Error #121: Large Chunk' "$work/host/windows/words"
+compare_tool

@@ -4,6 +4,7 @@
 
 #include "base/failure.h"
 #include "base/large_pages.h"
+#include "base/platform.h"
 #include "base/terminal.h"
 #include "command/command_line.h"
 
@@ -40,6 +41,9 @@ int Run(const vok::tool::Invocation& invocation) {
 
 int main(int argc, char** argv) {
   vok::tool::UseLargePages();
-  const vok::tool::Invocation invocation = vok::tool::ParseCommandLine(argc, argv);
+  const std::vector<std::string> utf8 = vok::tool::platform::SetUpProgram(argc, argv);
+  std::vector<const char*> words;
+  for (const std::string& word : utf8) words.push_back(word.c_str());
+  const vok::tool::Invocation invocation = vok::tool::ParseCommandLine(static_cast<int>(words.size()), words.data());
   return invocation.command != nullptr ? Run(invocation) : FlushOutput(invocation.status);
 }

@@ -59,7 +59,7 @@ void WriteInto(const fs::path& path, std::span<const u8> bytes) {
   std::error_code error;
   const File file = File::OpenToWrite(path, error);
   if (!error) error = file.Write(bytes);
-  if (error) ThrowSystemError("write", path, error);
+  if (error) ThrowSystemError("write", path.string(), error);
 }
 
 /// The file behind a link, so that the link itself stays.
@@ -164,12 +164,12 @@ void WriteNewFile(const fs::path& path, std::span<const u8> bytes) {
     const Uninterrupted uninterrupted;
     return File::Create(path, error);
   }();
-  if (error) ThrowSystemError("write", path, error);
+  if (error) ThrowSystemError("write", path.string(), error);
   error = file.Write(bytes);
   if (!error) return;
   std::error_code ignored;
   fs::remove(path, ignored);
-  ThrowSystemError("write", path, error);
+  ThrowSystemError("write", path.string(), error);
 }
 
 void RequirePlaceFor(const std::string& path, Existing existing) {

@@ -6,7 +6,9 @@
 #include <filesystem>
 #include <optional>
 #include <span>
+#include <string>
 #include <system_error>
+#include <vector>
 
 #include "flash/types.h"
 
@@ -14,6 +16,10 @@
 /// the system's own, and empty where the call succeeded.
 
 namespace vok::tool::platform {
+
+/// Before anything else: makes the standard streams take bytes as they are, and the terminal UTF-8 and colours.
+/// @return the words of the command line, in UTF-8
+std::vector<std::string> SetUpProgram(int argc, const char* const* argv);
 
 /// What all names of one file have in common: links, and its name in other letters where the disk takes them alike.
 struct FileId {

@@ -83,6 +83,8 @@ void EndBy(int request) {
 
 }  // namespace
 
+std::vector<std::string> SetUpProgram(int argc, const char* const* argv) { return {argv, argv + argc}; }
+
 std::optional<FileStamp> StampOf(const fs::path& path) {
   struct stat status {};
   if (::stat(path.c_str(), &status) != 0) return std::nullopt;

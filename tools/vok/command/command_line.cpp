@@ -25,6 +25,8 @@ struct Parser {
   explicit Parser(Options& target) : options(target) {
     app.set_version_flag("--version", "vok " VOK_VERSION);
     TakeWrittenHelp(app);
+    // A path may begin with a slash everywhere.
+    app.allow_windows_style_options(false);
     app.require_subcommand(0, 1);
     app.fallthrough();
     app.get_formatter()->column_width(36);

@@ -1,0 +1,22 @@
+# The libraries of the tool. Built for Windows on another system, it takes the headers of those that need nothing else
+# from there, and none of that system's other headers.
+if(NOT CMAKE_CROSSCOMPILING)
+  find_package(CLI11 REQUIRED)
+  find_package(fmt REQUIRED)
+  find_package(nlohmann_json REQUIRED)
+  find_package(ZLIB REQUIRED)
+  return()
+endif()
+
+set(headers ${PROJECT_BINARY_DIR}/headers)
+file(MAKE_DIRECTORY ${headers})
+foreach(folder CLI fmt nlohmann)
+  file(CREATE_LINK /usr/include/${folder} ${headers}/${folder} SYMBOLIC)
+endforeach()
+foreach(name CLI11::CLI11 fmt::fmt nlohmann_json::nlohmann_json)
+  add_library(${name} INTERFACE IMPORTED)
+  target_include_directories(${name} SYSTEM INTERFACE ${headers})
+endforeach()
+target_compile_definitions(fmt::fmt INTERFACE FMT_HEADER_ONLY)
+set(ZLIB_USE_STATIC_LIBS ON)
+find_package(ZLIB REQUIRED)
