@@ -22,10 +22,11 @@ fuzz() {
 
 # bench [--check | --record]
 bench() {
-  need libbenchmark-dev
+  need libbenchmark-dev python3
   build release -DVOK_BUILD_BENCH=ON
   if [ -z "${1:-}" ]; then
     build/release/vok_bench --markdown docs/performance.md
+    bench/tool_bench.py build/release/vok
     return
   fi
   need valgrind

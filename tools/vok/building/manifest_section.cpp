@@ -7,6 +7,7 @@
 
 #include "base/failure.h"
 #include "base/hex_dump.h"
+#include "base/progress.h"
 #include "building/unpacked_folder.h"
 #include "section/items.h"
 #include "store/volume/layout.h"
@@ -129,7 +130,10 @@ PackedSection ReadManifestSection(const std::string& directory, const JsonValue&
   RequireSection(json, section);
   PackedSection packed{.name = section.name, .partition = section.partition(), .items = {}};
   std::set<std::pair<u16, u16>> names;
-  for (const JsonValue& element : json.Field("items").Elements()) {
+  const std::vector<JsonValue> elements = json.Field("items").Elements();
+  Progress progress("files of section " + section.name, elements.size());
+  for (const JsonValue& element : elements) {
+    progress.Advance();
     packed.items.push_back(ReadItem(directory, element, section));
     const PackedItem& item = packed.items.back();
     if (!names.insert({item.type, item.id}).second)

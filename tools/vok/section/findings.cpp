@@ -78,14 +78,16 @@ void BlockInspection::InspectSlots() {
 }
 
 void BlockInspection::InspectSlot(u32 number, const SlotHeader& header) {
-  const std::string what =
-      fmt::format("slot {}, item type {} ID {}", NameOfSlotState(header.word), header.type, header.id);
-  if (IsUnfinished(header.word)) return AddForSlot(number, what, "cancel the slot");
+  // Most slots have nothing to tell, and there may be millions of them.
+  const auto what = [&header] {
+    return fmt::format("slot {}, item type {} ID {}", NameOfSlotState(header.word), header.type, header.id);
+  };
+  if (IsUnfinished(header.word)) return AddForSlot(number, what(), "cancel the slot");
   if (!IsValid(header.word)) return;
   const ItemRecord record = LocateRecord(partition_, block_, header.word);
   if (header.type == kJournalType) return InspectJournalRecord(number, record);
   if (!record.sound)
-    AddForSlot(number, what + ": its record lies outside the block",
+    AddForSlot(number, what() + ": its record lies outside the block",
                fmt::format("none: the item cannot be read ({})", ErrorText(code::kInternalError)));
 }
 

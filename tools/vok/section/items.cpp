@@ -6,6 +6,7 @@
 #include <bitset>
 
 #include "base/failure.h"
+#include "base/progress.h"
 #include "store/volume/layout.h"
 #include "vok/store.h"
 
@@ -69,8 +70,10 @@ Bytes ReadItemBytes(const Section& section, u16 type, u16 id) {
 
 void VisitItems(const Section& section, const ItemVisitor& visit) {
   RequireMounted(section);
+  Progress progress("items of section " + section.name, 0);
   for (const u16 type : TypesOf(section)) {
     for (const u16 id : IdsOf(section, type)) {
+      progress.Advance();
       Bytes bytes;
       if (TryReadItem(section, type, id, bytes) != code::kOk) continue;
       visit({.type = type, .id = id, .length = static_cast<u32>(bytes.size()), .crc32 = Crc32(bytes)}, bytes);

@@ -3,9 +3,9 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <span>
 
 #include "base/failure.h"
-#include "base/files.h"
 #include "base/terminal.h"
 #include "flash/image.h"
 #include "section/findings.h"
@@ -50,16 +50,15 @@ u16 MountForRepair(const Section& section) {
   return MountPartition(section.partition(), ModeNumber(MountMode::kRepair));
 }
 
-Bytes FlashBytes(u64 start, u64 end) {
-  Bytes bytes(std::min<u64>(end, kFlashSize) - start);
-  CopyFromFlash(bytes.data(), start, static_cast<u32>(bytes.size()));
-  return bytes;
+/// Of an accepted section, which lies in the image.
+std::span<const u8> BytesOf(const Section& section) {
+  return {VirtualMemoryAddress(section.entry.start), section.end() - section.entry.start};
 }
 
 /// Tells one state of the sections' bytes from another.
 u32 Fingerprint(const SectionList& sections) {
   u32 sum = 0;
-  for (const Section& section : sections.accepted) sum = Crc32(FlashBytes(section.entry.start, section.end()), sum);
+  for (const Section& section : sections.accepted) sum = Crc32(BytesOf(section), sum);
   return sum;
 }
 
@@ -83,13 +82,16 @@ SectionList MountOnce(MountPurpose purpose) {
 bool IsMountable(const Section& section) { return !section.IsReadOnly() || HasCheckRoute(section); }
 
 SectionList MountSections(MountPurpose purpose) {
-  for (u32 before = Fingerprint(SetUpSections());;) {
-    SectionList sections = MountOnce(purpose);
-    if (!HasWorkLeft(sections)) return sections;
+  SectionList sections = MountOnce(purpose);
+  // Hardly any image needs more, so that the sum over all its bytes waits until one does.
+  u32 before = 0;
+  for (bool is_first = true; HasWorkLeft(sections); is_first = false) {
     const u32 after = Fingerprint(sections);
-    if (after == before) return sections;
+    if (!is_first && after == before) break;
     before = after;
+    sections = MountOnce(purpose);
   }
+  return sections;
 }
 
 SectionList CheckMountSections() {
