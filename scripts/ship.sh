@@ -29,6 +29,7 @@ test_windows() {
   build release
   build windows
   tests/windows/check_windows.sh build/release build/windows samples
+  tests/windows/check_tool_tests.sh build/release build/windows
 }
 
 # The reference of the public headers. An entity without a comment is an error.
