@@ -89,10 +89,10 @@ TEST_F(PackTest, NamesAWrongFieldWithItsPath) {
     json manifest = sound;
     manifest[json::json_pointer(wrong.path)] = wrong.value;
     WriteManifest(manifest);
-    ExpectFailure("pack in -o out.bin", "in/manifest.json: " + wrong.what);
+    ExpectFailure("pack in --verify -o out.bin", "in/manifest.json: " + wrong.what);
   }
   WriteManifest(sound);
-  RunWell("pack in -o out.bin");
+  RunWell("pack in --verify -o out.bin");
 }
 
 /// The second section is CPGA.2, and an item that no range serves any more is told apart from a mistake.

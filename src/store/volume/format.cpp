@@ -36,9 +36,9 @@ u16 FormatAllBlocks(PartitionRecord& partition) {
   return code::kOk;
 }
 
-u16 WriteDefaultBlockHeader(FlashAddress base, bool active) {
+u16 WriteDefaultBlockHeader(FlashAddress base, bool active, u32 wear_counter) {
   const BlockStates& states = CurrentLayout().states;
-  return ProgramBlockHeader(base, block_header::kFirstWearCounter, active ? states.active : states.free);
+  return ProgramBlockHeader(base, wear_counter, active ? states.active : states.free);
 }
 
 u16 ReadBlockState(BlockRecord& block) {

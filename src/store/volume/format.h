@@ -20,8 +20,8 @@ u16 FormatBlock(const PartitionRecord& partition, BlockRecord& block, WearSource
 /// FormatBlock() for every block in index order. @return 0; 104; 105 at the first that fails
 u16 FormatAllBlocks(PartitionRecord& partition);
 
-/// Writes the header of a block that was never in use, without erasing it. @return 0; 105
-u16 WriteDefaultBlockHeader(FlashAddress base, bool active);
+/// Writes the header of an erased block, by default of one that was never in use. @return 0; 105
+u16 WriteDefaultBlockHeader(FlashAddress base, bool active, u32 wear_counter = block_header::kFirstWearCounter);
 
 /// Whether the block at @p base carries the block signature.
 inline bool HasSignature(FlashAddress base) {

@@ -55,6 +55,18 @@ Json RebuiltOf(const RebuiltSection& rebuilt) {
   return json;
 }
 
+void AddDifferences(Json& json, std::span<const ItemDifference> differences) {
+  for (const char* const list : {"added", "removed", "changed"}) json[list] = Json::array();
+  for (const ItemDifference& difference : differences) {
+    if (difference.before == nullptr)
+      AddItem(json["added"].emplace_back(Json::object()), difference.section, *difference.after);
+    else if (difference.after == nullptr)
+      AddItem(json["removed"].emplace_back(Json::object()), difference.section, *difference.before);
+    else
+      json["changed"].push_back(ChangeOf(difference));
+  }
+}
+
 }  // namespace
 
 std::string WrittenJson(const Section& section, const ItemEntry& item, const Losses& losses) {
@@ -94,16 +106,40 @@ std::string RebuiltJson(u16 version, std::span<const RebuiltSection> sections, c
 
 std::string DifferencesJson(std::span<const ItemDifference> differences, std::span<const ImageLosses> images) {
   Json json = Answer();
-  for (const char* const list : {"added", "removed", "changed"}) json[list] = Json::array();
-  for (const ItemDifference& difference : differences) {
-    if (difference.before == nullptr)
-      AddItem(json["added"].emplace_back(Json::object()), difference.section, *difference.after);
-    else if (difference.after == nullptr)
-      AddItem(json["removed"].emplace_back(Json::object()), difference.section, *difference.before);
-    else
-      json["changed"].push_back(ChangeOf(difference));
-  }
+  AddDifferences(json, differences);
   AddLosses(json, images);
+  return JsonText(json);
+}
+
+std::string PackedJson(std::span<const PackedSection> sections, u64 erased, const Losses& losses) {
+  Json json = Answer();
+  json["items"] = 0;
+  for (const char* const list : {"changed", "added", "left_out"}) json[list] = Json::array();
+  json["erased"] = erased;
+  std::size_t count = 0;
+  for (const PackedSection& section : sections) {
+    count += section.items.size();
+    for (const PackedItem& item : section.items)
+      if (item.origin != Origin::kUnpacked)
+        json[item.origin == Origin::kAdded ? "added" : "changed"].push_back(
+            {{"section", section.name}, {"type", item.type}, {"id", item.id}});
+    for (const MissingItem& item : section.missing)
+      json["left_out"].push_back({{"section", section.name}, {"type", item.type}, {"id", item.id}});
+  }
+  json["items"] = count;
+  AddLosses(json, losses);
+  return JsonText(json);
+}
+
+std::string AppliedJson(std::span<const ItemDifference> differences, std::span<const ItemDifference> kept, bool dry_run,
+                        const Losses& losses) {
+  Json json = Answer();
+  json["dry_run"] = dry_run;
+  AddDifferences(json, differences);
+  json["kept"] = Json::array();
+  for (const ItemDifference& item : kept)
+    AddItem(json["kept"].emplace_back(Json::object()), item.section, *item.before);
+  AddLosses(json, losses);
   return JsonText(json);
 }
 

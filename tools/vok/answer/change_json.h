@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "building/manifest.h"
 #include "building/rebuild.h"
 #include "section/items.h"
 #include "section/losses_text.h"
@@ -33,5 +34,12 @@ std::string RegainedJson(std::span<const Regained> sections, const Losses& losse
 /// Each section with its noteworthy items and the damaged ones.
 std::string RebuiltJson(u16 version, std::span<const RebuiltSection> sections, const Losses& losses);
 std::string DifferencesJson(std::span<const ItemDifference> differences, std::span<const ImageLosses> images);
+/// DifferencesJson() of what apply changes, with the items that it leaves in the image though the folder lacks them.
+/// @param kept  as removals
+std::string AppliedJson(std::span<const ItemDifference> differences, std::span<const ItemDifference> kept, bool dry_run,
+                        const Losses& losses);
+/// What pack took that is not as the manifest says.
+/// @param erased  bytes outside the sections
+std::string PackedJson(std::span<const PackedSection> sections, u64 erased, const Losses& losses);
 
 }  // namespace vok::tool

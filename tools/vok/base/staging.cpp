@@ -35,6 +35,12 @@ void CheckPlace(const std::string& directory, const fs::path& target, Existing e
   if (!fs::exists(target / kMarkOfUnpack)) Refuse(directory, "it is not empty and holds no manifest.json");
 }
 
+/// Somebody made a file that the new result makes, too.
+void RequireSame(const std::string& directory, const fs::path& old, const fs::path& fresh) {
+  if (ReadFile(old) == ReadFile(fresh)) return;
+  Refuse(directory, fmt::format("{} is of no earlier unpack and differs from the new one", old.string()));
+}
+
 fs::path PlaceFor(const std::string& directory, Existing existing) {
   fs::path target = Resolve(directory);
   CheckPlace(directory, target, existing);
@@ -76,7 +82,7 @@ void StagingDirectory::TakeOver(const fs::path& name, const std::set<fs::path>& 
     if (IsInput(from) && name != kMarkOfUnpack) Refuse(name_, "this command reads " + name.string() + " in it");
     return;
   }
-  if (fs::exists(fs::symlink_status(to))) Refuse(name_, name.string() + " in it is not of an earlier unpack");
+  if (fs::exists(fs::symlink_status(to))) return RequireSame(name_, from, to);
   MakeFolder(name.parent_path().string());
   std::error_code error;
   fs::create_hard_link(from, to, error);

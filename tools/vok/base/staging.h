@@ -21,7 +21,8 @@ class StagingDirectory {
   void Write(const std::filesystem::path& name, std::span<const u8> bytes) const;
 
   /// Takes over what lies in the place and is none of the @p made files of an earlier result, which go.
-  /// @throws Failure when it has the name of a new file, or a file that would go is one that this program has read
+  /// @throws Failure when it has the name of a new file with other bytes, or a file that would go is one that this
+  /// program has read
   void Publish(const std::set<std::filesystem::path>& made);
 
  private:

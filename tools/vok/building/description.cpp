@@ -24,7 +24,8 @@ constexpr u16 kCheckRangeId = 0x81;
 /// Reads a description field by field and goes on after a wrong one.
 class DescriptionReader {
  public:
-  DescriptionReader(const JsonValue& root, std::vector<std::string>& problems) : root_(root), problems_(problems) {}
+  DescriptionReader(const JsonValue& root, std::vector<std::string>& problems)
+      : root_(root), problems_(problems), is_answer_(root.Has("format")) {}
 
   Description Read();
 
@@ -32,15 +33,18 @@ class DescriptionReader {
   void Try(const std::function<void()>& read);
   /// Without one that is known, nothing else makes sense.
   bool ReadVersion();
+  u32 ReadPsdtAddress();
   void ReadSection(const JsonValue& json);
   psdt::Record ReadRecord(const JsonValue& json);
   u32 ReadTag(const JsonValue& tag);
+  u32 ReadName(const JsonValue& name);
   u16 ReadKind(const JsonValue& kind);
   void ReadRanges(const JsonValue& json, psdt::Record& record);
   void ReadRange(const JsonValue& json, psdt::TypeRange& range);
 
   const JsonValue& root_;
   std::vector<std::string>& problems_;
+  bool is_answer_;  ///< of info, or a manifest: they tell much more than a description needs
   Description description_;
   std::vector<PlacedRecord> sound_;  ///< the sections in which every field is right by itself
 };
@@ -54,14 +58,9 @@ void DescriptionReader::Try(const std::function<void()>& read) {
 }
 
 Description DescriptionReader::Read() {
-  Try([this] { root_.AllowOnly({"format", "version", "psdt_address", "sections"}); });
+  if (!is_answer_) Try([this] { root_.AllowOnly({"version", "psdt_address", "sections"}); });
   if (!problems_.empty() || !ReadVersion()) return description_;
-  description_.psdt_address = ImageArguments::kDefaultPsdtAddress;
-  if (root_.Has("psdt_address"))
-    Try([this] {
-      description_.psdt_address =
-          static_cast<u32>(root_.Field("psdt_address").Number(0, kFlashSize - kPsdtLengthInDump));
-    });
+  Try([this] { description_.psdt_address = ReadPsdtAddress(); });
   Try([this] {
     const JsonValue sections = root_.Field("sections");
     const std::vector<JsonValue> elements = sections.Elements();
@@ -70,6 +69,15 @@ Description DescriptionReader::Read() {
     CheckTogether(sound_, elements.size(), description_.psdt_address, problems_);
   });
   return description_;
+}
+
+u32 DescriptionReader::ReadPsdtAddress() {
+  const auto address_of = [](const JsonValue& json) {
+    return static_cast<u32>(json.Number(0, kFlashSize - kPsdtLengthInDump));
+  };
+  if (root_.Has("psdt_address")) return address_of(root_.Field("psdt_address"));
+  if (is_answer_ && root_.Has("psdt")) return address_of(root_.Field("psdt").Field("address"));
+  return ImageArguments::kDefaultPsdtAddress;
 }
 
 bool DescriptionReader::ReadVersion() {
@@ -90,9 +98,12 @@ void DescriptionReader::ReadSection(const JsonValue& json) {
 }
 
 psdt::Record DescriptionReader::ReadRecord(const JsonValue& json) {
-  json.AllowOnly({"tag", "kind", "start", "block_size", "block_count", "partition", "types", "range_ids"});
+  if (!is_answer_)
+    json.AllowOnly({"tag", "kind", "start", "block_size", "block_count", "partition", "types", "range_ids"});
   psdt::Record record{};
-  Try([&] { record.tag = ReadTag(json.Field("tag")); });
+  Try([&] {
+    record.tag = json.Has("tag") || !is_answer_ ? ReadTag(json.Field("tag")) : ReadName(json.Field("section"));
+  });
   Try([&] { record.kind = ReadKind(json.Field("kind")); });
   Try([&] { record.start = static_cast<u32>(json.Field("start").Number(0, kFlashSize - 1)); });
   record.block_size = CurrentLayout().erase_size;
@@ -110,6 +121,12 @@ u32 DescriptionReader::ReadTag(const JsonValue& tag) {
   for (const char c : text) plain = plain && c > ' ' && c <= '~';
   if (!plain) tag.Refuse("is not four visible ASCII characters");
   return TagOf(text);
+}
+
+u32 DescriptionReader::ReadName(const JsonValue& name) {
+  const std::optional<u32> tag = TagOfName(name.Text());
+  if (!tag) name.Refuse("is no name of a section");
+  return *tag;
 }
 
 u16 DescriptionReader::ReadKind(const JsonValue& kind) {

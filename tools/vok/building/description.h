@@ -18,7 +18,7 @@ struct Description {
 /// The PSDT that a description asks for.
 ImageBytes PsdtOf(const Description& description);
 
-/// Reads a description that a person has written in JSON.
+/// Reads a description that a person has written in JSON, or an answer of "info --json", or a manifest.
 /// @param problems  receives all that is wrong with it, each with its path in the document; only without problems is
 ///                  the description sound
 /// @throws Failure when there is no JSON to be read

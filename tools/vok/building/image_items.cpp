@@ -23,9 +23,9 @@ void Add(ImageItems& items, const std::string& section, u16 type, u16 id, const 
 
 ImageContents ContentsOfDirectory(const std::string& directory) {
   const Manifest manifest(directory);
-  const FreshImage image(manifest.psdt(), manifest.version());
+  const FreshImage image(manifest.ReadPsdt(), manifest.version());
   ImageContents contents{.items = {}, .losses = manifest.ReadLosses()};
-  for (const PackedSection& section : manifest.ReadItems(image.sections()))
+  for (const PackedSection& section : manifest.ReadItems(image.sections(), {.edits = true, .missing = true}))
     for (const PackedItem& item : section.items) Add(contents.items, section.name, item.type, item.id, item.bytes);
   return contents;
 }

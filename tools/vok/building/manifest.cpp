@@ -26,22 +26,21 @@ Manifest::Manifest(const std::string& directory) : directory_(directory), root_(
   const JsonValue format = root_.Field("format");
   if (format.Text() != "vok/1") format.Refuse(format.Text() + " is not vok/1");
   version_ = static_cast<u16>(root_.Field("version").Number(1, 3));
-  ReadPsdt();
   const JsonValue codeplug = root_.Field("codeplug");
   codeplug.AllowOnly({"address", "length"});
   codeplug_start_ = codeplug.Field("address").Number(0, kFlashSize - 1);
   codeplug_end_ = codeplug_start_ + codeplug.Field("length").Number(1, kFlashSize - codeplug_start_);
 }
 
-void Manifest::ReadPsdt() {
+ImageBytes Manifest::ReadPsdt() const {
   const JsonValue psdt = root_.Field("psdt");
   psdt.AllowOnly({"file", "address"});
-  psdt_.address = psdt.Field("address").Number(0, kFlashSize - 1);
-  psdt_.path = directory_ + '/' + kPsdtFileName;
-  psdt_.bytes = ReadManifestFile(directory_, psdt, kPsdtFileName);
+  return {.path = directory_ + '/' + kPsdtFileName,
+          .bytes = ReadManifestFile(directory_, psdt, kPsdtFileName),
+          .address = psdt.Field("address").Number(0, kFlashSize - 1)};
 }
 
-std::vector<PackedSection> Manifest::ReadItems(const SectionList& sections) const {
+std::vector<PackedSection> Manifest::ReadItems(const SectionList& sections, Tolerance tolerance) const {
   RequireCodeplugHolds(sections);
   std::vector<PackedSection> packed;
   std::set<std::string> names;
@@ -49,8 +48,10 @@ std::vector<PackedSection> Manifest::ReadItems(const SectionList& sections) cons
     json.AllowOnly({"section", "partition", "kind", "start", "block_size", "block_count", "types", "mounted", "items"});
     const JsonValue name = json.Field("section");
     if (!names.insert(name.Text()).second) name.Refuse("section " + name.Text() + " is there already");
-    packed.push_back(ReadManifestSection(directory_, json, SectionNamed(name, sections)));
+    packed.push_back(ReadManifestSection(directory_, json, SectionNamed(name, sections), tolerance));
   }
+  for (const Section& section : sections.accepted)
+    if (!names.contains(section.name)) packed.push_back(ReadUnlistedSection(directory_, section, tolerance));
   return packed;
 }
 

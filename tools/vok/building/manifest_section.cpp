@@ -8,6 +8,7 @@
 #include "base/failure.h"
 #include "base/hex_dump.h"
 #include "base/progress.h"
+#include "building/folder_files.h"
 #include "building/unpacked_folder.h"
 #include "section/items.h"
 #include "store/volume/layout.h"
@@ -88,33 +89,84 @@ void RequireChecksum(const JsonValue& json, const Bytes& bytes) {
   }
 }
 
-PackedItem ReadItem(const std::string& directory, const JsonValue& json, const Section& section) {
+bool HasChanged(const JsonValue& json, const Bytes& bytes) {
+  return (json.Has("length") && json.Field("length").Number(0, kMost32) != bytes.size()) ||
+         (json.Has("crc32") && json.Field("crc32").Text() != ChecksumText(Crc32(bytes)));
+}
+
+[[noreturn]] void RefuseSize(const std::string& where, std::size_t size, const Section& section) {
+  throw Failure(fmt::format("{}: {} bytes are more than the {} that a block of section {} takes", where, size,
+                            LargestItem(section.entry.block_size), section.name));
+}
+
+/// Reads a section of a folder item by item.
+class FolderSection {
+ public:
+  FolderSection(const std::string& directory, const Section& section, Tolerance tolerance)
+      : directory_(directory), section_(section), tolerance_(tolerance) {}
+
+  void AddListed(const JsonValue& json);
+  void AddUnlisted();
+  PackedSection Take(bool is_whole) {
+    packed_.is_whole = is_whole;
+    return std::move(packed_);
+  }
+
+ private:
+  void Add(PackedItem item);
+
+  const std::string& directory_;
+  const Section& section_;
+  Tolerance tolerance_;
+  PackedSection packed_ = {
+      .name = section_.name, .partition = section_.partition(), .is_whole = false, .items = {}, .missing = {}};
+  std::set<std::pair<u16, u16>> names_;
+  std::set<fs::path> files_;  ///< that the manifest tells of
+};
+
+void FolderSection::Add(PackedItem item) {
+  if (item.bytes.size() > LargestItem(section_.entry.block_size)) RefuseSize(item.where, item.bytes.size(), section_);
+  packed_.items.push_back(std::move(item));
+}
+
+void FolderSection::AddListed(const JsonValue& json) {
   json.AllowOnly({"type", "id", "length", "crc32", "file", "unserved"});
-  PackedItem item{.type = static_cast<u16>(json.Field("type").Number(1, kLastItemType)),
-                  .id = static_cast<u16>(json.Field("id").Number(0, kLastId)),
-                  .bytes = {},
-                  .where = json.Where()};
-  RequireServed(json, section, item.type);
-  const ItemEntry entry{.type = item.type, .id = item.id, .length = 0, .crc32 = 0};
-  item.bytes = ReadManifestFile(directory, json, ItemFileName(section, entry));
-  RequireChecksum(json, item.bytes);
-  const u32 largest = LargestItem(section.entry.block_size);
-  if (item.bytes.size() > largest)
-    json.Refuse(fmt::format("{} bytes are more than the {} that a block of section {} takes", item.bytes.size(),
-                            largest, section.name));
-  return item;
+  const u16 type = static_cast<u16>(json.Field("type").Number(1, kLastItemType));
+  const u16 id = static_cast<u16>(json.Field("id").Number(0, kLastId));
+  RequireServed(json, section_, type);
+  if (!names_.insert({type, id}).second) json.Refuse(fmt::format("item type {} ID {} is there already", type, id));
+  const std::string usual = ItemFileName(section_, {.type = type, .id = id, .length = 0, .crc32 = 0});
+  const fs::path file = json.Has("file") ? json.Field("file").Text() : usual;
+  files_.insert(file.lexically_normal());
+  const bool is_gone = !fs::exists(directory_ / file);
+  if (is_gone && tolerance_.missing) return packed_.missing.push_back({.type = type, .id = id});
+  Bytes bytes = ReadManifestFile(directory_, json, usual, is_gone ? "; --delete does without the item" : "");
+  if (!tolerance_.edits) RequireChecksum(json, bytes);
+  const Origin origin = HasChanged(json, bytes) ? Origin::kChanged : Origin::kUnpacked;
+  Add({.type = type, .id = id, .bytes = std::move(bytes), .where = json.Where(), .origin = origin});
+}
+
+void FolderSection::AddUnlisted() {
+  for (const AddedFile& added : FindAddedFiles(directory_, section_, files_)) {
+    const std::string path = directory_ + '/' + added.file;
+    if (!tolerance_.edits) throw Failure(fmt::format("{} is not in the manifest", path));
+    if (!names_.insert({added.type, added.id}).second)
+      throw Failure(fmt::format("{}: the manifest names another file for the item", path));
+    Add({.type = added.type, .id = added.id, .bytes = ReadFile(path), .where = path, .origin = Origin::kAdded});
+  }
 }
 
 }  // namespace
 
-Bytes ReadManifestFile(const std::string& directory, const JsonValue& json, const std::string& default_name) {
+Bytes ReadManifestFile(const std::string& directory, const JsonValue& json, const std::string& default_name,
+                       const std::string& advice) {
   const bool named = json.Has("file");
   if (named) RequireInside(json.Field("file"));
   const std::string name = named ? json.Field("file").Text() : default_name;
   try {
     return ReadFile(directory + '/' + name);
   } catch (const Failure& failure) {
-    (named ? json.Field("file") : json).Refuse(failure.what());
+    (named ? json.Field("file") : json).Refuse(failure.what() + advice);
   }
 }
 
@@ -126,20 +178,24 @@ const Section& SectionNamed(const JsonValue& name, const SectionList& sections) 
   }
 }
 
-PackedSection ReadManifestSection(const std::string& directory, const JsonValue& json, const Section& section) {
+PackedSection ReadManifestSection(const std::string& directory, const JsonValue& json, const Section& section,
+                                  Tolerance tolerance) {
   RequireSection(json, section);
-  PackedSection packed{.name = section.name, .partition = section.partition(), .items = {}};
-  std::set<std::pair<u16, u16>> names;
+  FolderSection folder(directory, section, tolerance);
   const std::vector<JsonValue> elements = json.Field("items").Elements();
   Progress progress("files of section " + section.name, elements.size());
   for (const JsonValue& element : elements) {
     progress.Advance();
-    packed.items.push_back(ReadItem(directory, element, section));
-    const PackedItem& item = packed.items.back();
-    if (!names.insert({item.type, item.id}).second)
-      element.Refuse(fmt::format("item type {} ID {} is there already", item.type, item.id));
+    folder.AddListed(element);
   }
-  return packed;
+  folder.AddUnlisted();
+  return folder.Take(!json.Has("mounted") || json.Field("mounted").Flag());
+}
+
+PackedSection ReadUnlistedSection(const std::string& directory, const Section& section, Tolerance tolerance) {
+  FolderSection folder(directory, section, tolerance);
+  folder.AddUnlisted();
+  return folder.Take(false);
 }
 
 Loss ReadManifestLoss(const JsonValue& json) {

@@ -20,9 +20,9 @@ u16 MountForChecking(const Section& section) {
   return MountPartition(section.partition(), static_cast<u8>(MountMode::kCheck));
 }
 
-void EmptySection(const Section& section) {
+void EmptySection(const Section& section, std::span<const u32> wear) {
   FillErased(section.entry.start, static_cast<u32>(section.end() - section.entry.start));
-  FormatSection(section);
+  FormatSection(section, wear);
   SetUpForFilling();
   if (const u16 code = MountForChecking(section))
     throw Failure(fmt::format("section {} does not mount after a format", section.name), code);
@@ -40,11 +40,12 @@ void EmptySection(const Section& section) {
 void RebuildSection(const RebuiltSection& rebuilt) {
   const Section& section = *rebuilt.section;
   const std::vector<SalvagedItem>& items = rebuilt.salvaged.items;
-  EmptySection(section);
+  const std::vector<u32> wear = WearAfterErase(section);
+  EmptySection(section, wear);
   auto refused = FillPartition(section.partition(), AsNewItems(items), FillOrder::kAsGiven);
   if (!refused) return;
   Say(fmt::format("section {}: no room in the order of the items; filling it as tightly as can be", section.name));
-  EmptySection(section);
+  EmptySection(section, wear);
   refused = FillPartition(section.partition(), AsNewItems(items), FillOrder::kTight);
   if (refused) ThrowRefused(section, items[refused->index], refused->code);
 }

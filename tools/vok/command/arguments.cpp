@@ -163,7 +163,11 @@ void Arguments::ManyImages(ManyUse use, const std::string& operand) {
 
 void Arguments::MadeImage() {
   Output("write the codeplug to FILE").Required();
-  Flag("--dump", options_.as_dump, "write a dump with the PSDT in it instead of the codeplug");
+  Dump();
+}
+
+Argument Arguments::Dump() {
+  return Flag("--dump", options_.as_dump, "write a dump with the PSDT in it instead of the codeplug");
 }
 
 Argument Arguments::OfEveryCommand(const std::string& name) { return Argument(*app_.get_parent()->get_option(name)); }

@@ -112,6 +112,7 @@ class Arguments {
   void ManyImages(ManyUse use, const std::string& operand = "");
   /// -o and --dump of a command that makes an image.
   void MadeImage();
+  Argument Dump();
 
   /// An option that every command takes.
   Argument OfEveryCommand(const std::string& name);

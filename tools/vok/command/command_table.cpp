@@ -24,6 +24,7 @@ constexpr CommandEntry kCommands[] = {
     {"history", RunHistory, TakeHistory, kOne, kLook, "list the copies of an item that still lie in flash"},
 
     {"unpack", RunUnpack, TakeUnpack, kOne, kApart, "write every item to a file of its own, and a manifest"},
+    {"apply", RunApply, TakeApply, kOne, kApart, "bring an image to what a folder from unpack holds now"},
     {"pack", RunPack, TakePack, kNone, kApart, "build an image from what unpack wrote"},
     {"new", RunNew, TakeNew, kNone, kApart, "make an empty image"},
     {"sample", RunSample, TakeSample, kNone, kApart, "write a small image to try things out on"},

@@ -22,6 +22,7 @@ int RunDelete(const Options& options);
 int RunRename(const Options& options);
 int RunReorganise(const Options& options);
 int RunPack(const Options& options);
+int RunApply(const Options& options);
 /// Tells all that is wrong with a description, in one line each.
 int RunNew(const Options& options);
 int RunSample(const Options& options);
@@ -51,6 +52,7 @@ void TakeDelete(Arguments& arguments, Options& options);
 void TakeRename(Arguments& arguments, Options& options);
 void TakeReorganise(Arguments& arguments, Options& options);
 void TakePack(Arguments& arguments, Options& options);
+void TakeApply(Arguments& arguments, Options& options);
 void TakeNew(Arguments& arguments, Options& options);
 void TakeSample(Arguments& arguments, Options& options);
 void TakeDiff(Arguments& arguments, Options& options);

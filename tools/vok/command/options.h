@@ -66,6 +66,10 @@ struct Options {
   NumberRange ids;           ///< to delete
   NumberRange types;         ///< to delete; empty = the items of one type
   bool yes = false;          ///< do not ask
+  bool dry_run = false;      ///< only show what would be done
+  bool remove = false;       ///< also the items whose files are gone
+  bool verify = false;       ///< refuse files that are not as the manifest says
+  std::string onto;          ///< image whose bytes outside the sections stay; empty = none
   bool rebuild = false;      ///< sections from the copies of their items
   bool accept_loss = false;  ///< change the image although its repair drops items
   bool as_dump = false;      ///< write a whole dump

@@ -3,8 +3,7 @@
 #include "answer/change_json.h"
 #include "base/failure.h"
 #include "base/terminal.h"
-#include "building/changed_image.h"
-#include "building/room.h"
+#include "building/item_change.h"
 #include "command/arguments.h"
 #include "command/commands.h"
 #include "section/items.h"
@@ -15,41 +14,16 @@ namespace vok::tool {
 
 namespace {
 
-constexpr u8 kJournalled = 1;
-
 std::string IdText(u16 id) { return id == kNewId ? "a new ID" : fmt::format("ID {}", id); }
-
-/// A change of one item, for the messages when the store refuses it.
-struct ItemChange {
-  std::string what;
-  Section section;  ///< a copy: making room mounts the sections anew
-  u32 length;       ///< of the item
-  u64 marker;       ///< bytes of the journal record that announces the change
-};
-
-/// What a journal record with @p data bytes after its fixed fields takes.
-u64 MarkerSize(u32 data) { return RecordAndSlotSize(journal::kOffsetWordOffset + CurrentLayout().word_size + data); }
 
 bool Exists(const Section& section, u16 type, u16 id) {
   u32 length = 0;
   return id != kNewId && GetItemLength(section.partition(), type, id, &length) == code::kOk;
 }
 
-std::string WhyNot(u16 code, const ItemChange& change) {
-  if (IsNoRoom(code)) return RoomFigures(change.section.partition(), RecordAndSlotSize(change.length) + change.marker);
-  if (code == code::kLargeChunk)
-    return fmt::format("{} bytes, the largest item has {}", change.length,
-                       LargestItem(change.section.entry.block_size));
-  if (code == code::kReadOnly) return "the section is read-only";
-  if (code == code::kTargetExists) return "there is an item of that name";
-  return "the store refuses";
-}
-
-/// Makes the change, with room for it, and writes the image.
+/// Makes the change and writes the image.
 void Carry(const ItemChange& change, ChangedImage& image, const Claim& claim, const std::function<u16()>& attempt) {
-  const u16 code = AttemptWithRoom(image, change.section.name, change.section.partition(), attempt);
-  if (code != code::kOk)
-    throw Failure(fmt::format("{} in section {}: {}", change.what, change.section.name, WhyNot(code, change)), code);
+  MakeChange(change, image, attempt);
   image.Save(claim);
 }
 

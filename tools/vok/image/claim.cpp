@@ -31,8 +31,7 @@ void RequireChangeable(const std::string& path) {
 
 }  // namespace
 
-Claim::Claim(const ImageArguments& image, Destination destination) : force_(destination.force) {
-  const std::string& source = image.IsDump() ? image.dump : image.codeplug.path;
+Claim::Claim(const std::string& source, Destination destination) : force_(destination.force) {
   path_ = destination.output.empty() ? source : std::move(destination.output);
   in_place_ = AreOneFile(path_, source);
   std::vector<FileToHold> files = {{source, in_place_ ? LockKind::kExclusive : LockKind::kShared}};

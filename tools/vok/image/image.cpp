@@ -22,9 +22,6 @@ void ForBytesOutside(const ImageBytes& psdt, u64 start, u64 end, Use use) {
   if (after < end) use(after, end);
 }
 
-/// The header and the records; whatever follows them is none of the PSDT's.
-u32 PsdtLength() { return psdt::kRecordSize * (psdt::RecordCount() + 1U); }
-
 /// A change of the one would destroy the other.
 void RequireApart(u64 psdt_start, u64 psdt_end, const std::string& what, u64 start, u64 end) {
   if (start >= psdt_end || psdt_start >= end) return;
@@ -75,6 +72,8 @@ void LoadedImage::LoadPair(const ImageArguments& arguments) {
   RequireInFlash(contents_, "codeplug");
   RequireApart(psdt_.address, psdt_.end(), "codeplug " + contents_.path, contents_.address, contents_.end());
 }
+
+u32 PsdtLength() { return psdt::kRecordSize * (psdt::RecordCount() + 1U); }
 
 void LoadPsdt(VokWorker& worker, const ImageBytes& psdt) {
   RequireInFlash(psdt, "PSDT");

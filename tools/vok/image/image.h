@@ -16,6 +16,9 @@ inline constexpr u32 kPsdtLengthInDump = 0x1000;
 /// @throws Failure for a PSDT that makes no sense
 void LoadPsdt(VokWorker& worker, const ImageBytes& psdt);
 
+/// The bytes of the loaded PSDT's header and records; whatever follows them is none of the PSDT's.
+u32 PsdtLength();
+
 /// The image that the command line names, loaded into the flash image, its store version in force and its partitions
 /// set up, but not mounted. Its end ends the store.
 class LoadedImage {

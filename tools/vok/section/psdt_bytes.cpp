@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/number.h"
 #include "flash/image.h"
 
 namespace vok::tool {
@@ -56,6 +57,21 @@ u32 TagOf(const std::string& text) {
   u32 tag = 0;
   for (const char c : text) tag = tag << 8 | static_cast<u8>(c);
   return tag;
+}
+
+std::optional<u32> TagOfName(const std::string& name) {
+  std::string tag;
+  const std::string text = name.substr(0, name.find('.'));
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const std::optional<u64> code =
+        text[i] == '%' ? ParseNumber("0x" + text.substr(i + 1, 2)) : static_cast<u8>(text[i]);
+    if (!code) return std::nullopt;
+    tag += static_cast<char>(*code);
+    if (text[i] == '%') i += 2;
+  }
+  if (tag.size() > sizeof(u32) || tag.empty()) return std::nullopt;
+  tag.resize(sizeof(u32), '\0');
+  return TagOf(tag);
 }
 
 }  // namespace vok::tool

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 
@@ -13,5 +14,8 @@ Bytes PsdtBytes(std::span<const psdt::Record> records, std::size_t least_size);
 
 /// A section tag: the first character goes to the highest byte.
 u32 TagOf(const std::string& text);
+
+/// The tag of a section with that name, whichever one of its tag it is; nothing when no section has such a name.
+std::optional<u32> TagOfName(const std::string& name);
 
 }  // namespace vok::tool
