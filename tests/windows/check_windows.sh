@@ -59,7 +59,7 @@ use_tool() {
   "$@" "${image[@]}" unpack --force Äpfel
   "$@" pack Äpfel -o 'ein Päckchen.bin'
   "$@" "${image[@]}" map --html Karte.html
-  "$@" --psdt Grüße/psdt.bin check --jobs 2 Grüße/codeplug.bin 'ein Päckchen.bin' 2>&1
+  "$@" --psdt Grüße/psdt.bin check --jobs 2 Grüße/codeplug.bin 'ein Päckchen.bin' 2>&1 | sort  # in the order of their ends
   "$@" "${image[@]}" list NONE 2>&1 || echo "status $?"
 }
 
