@@ -165,6 +165,10 @@ void DirRecordLocation(PartitionRecord& partition, u16 type, u16 id, FlashAddres
   InsertIfNew(partition, type, id, slot);
 }
 
+void DirCacheMissing(PartitionRecord& partition, u16 type, u16 id, FlashAddress slot) {
+  if (LocationCache cache(partition); cache) cache.Insert(type, id, slot);
+}
+
 void DirUpdateLocation(PartitionRecord& partition, u16 type, u16 id, FlashAddress slot) {
   if (partition.directory_arena == nullptr) return;
   const LockGuard lock(DirectoryLock(partition));

@@ -65,6 +65,9 @@ enum class NewItem : u8 { kNo, kYes };
 /// Enters a location found by a scan, or one of a new item, which is also counted.
 void DirRecordLocation(PartitionRecord& partition, u16 type, u16 id, FlashAddress slot, NewItem new_item);
 
+/// The same for a location found right after DirFindLocation() did not know it: the cache need not be asked again.
+void DirCacheMissing(PartitionRecord& partition, u16 type, u16 id, FlashAddress slot);
+
 /// Enters the new location of an item that moved.
 void DirUpdateLocation(PartitionRecord& partition, u16 type, u16 id, FlashAddress slot);
 

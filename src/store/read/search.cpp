@@ -82,7 +82,8 @@ u16 SearchResult::Missing() const { return error != code::kOk ? error : Fail(cod
 
 SearchResult FindItem(PartitionRecord& partition, u16 type, u16 id, Caching caching, SearchStart start) {
   SearchResult result;
-  if (start.MayAskDirectory() && id != kAnyId && AskDirectory(partition, type, id, result)) return result;
+  const bool asks_directory = start.MayAskDirectory() && id != kAnyId;
+  if (asks_directory && AskDirectory(partition, type, id, result)) return result;
 
   for (;;) {
     HuntFlag flag(partition);
@@ -93,7 +94,12 @@ SearchResult FindItem(PartitionRecord& partition, u16 type, u16 id, Caching cach
     if (SearchSlots(partition, type, id, start, result)) break;
     if (flag.StillValid()) return result;
   }
-  if (caching == Caching::kOn) DirRecordLocation(partition, type, result.header.id, result.slot, NewItem::kNo);
+  if (caching == Caching::kOff) return result;
+  // Without hooks of the program's own nothing has come between.
+  if (asks_directory && OwnHooks() == nullptr)
+    DirCacheMissing(partition, type, id, result.slot);
+  else
+    DirRecordLocation(partition, type, result.header.id, result.slot, NewItem::kNo);
   return result;
 }
 
