@@ -15,11 +15,11 @@ namespace vok::tool {
 
 /// One header slot and the record that its location word leads to.
 struct SlotView {
-  u32 number;  ///< index in the block
-  FlashAddress address;
-  SlotHeader header;
-  bool has_record;           ///< the location word was programmed and leads to a length word in the block
-  ItemRecord record;         ///< with has_record
+  u32 number = 0;  ///< index in the block
+  FlashAddress address = 0;
+  SlotHeader header = {};
+  bool has_record = false;   ///< the location word was programmed and leads to a length word in the block
+  ItemRecord record = {};    ///< with has_record
   bool behind_list = false;  ///< no reader comes to it: see SlotsBehind()
 
   bool IsJournal() const { return header.type == kJournalType; }

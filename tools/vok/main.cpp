@@ -43,6 +43,7 @@ int main(int argc, char** argv) {
   vok::tool::UseLargePages();
   const std::vector<std::string> utf8 = vok::tool::platform::SetUpProgram(argc, argv);
   std::vector<const char*> words;
+  words.reserve(utf8.size());
   for (const std::string& word : utf8) words.push_back(word.c_str());
   const vok::tool::Invocation invocation = vok::tool::ParseCommandLine(static_cast<int>(words.size()), words.data());
   return invocation.command != nullptr ? Run(invocation) : FlushOutput(invocation.status);
