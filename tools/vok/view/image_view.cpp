@@ -6,13 +6,21 @@
 
 namespace vok::tool {
 
-std::span<const Finding> SectionView::FindingsOf(u16 block) const {
-  return std::ranges::equal_range(findings, block, {}, &Finding::block);
+namespace {
+
+/// Those of a block among things that are sorted by block.
+template <typename Thing>
+std::span<const Thing> OfBlock(const std::vector<Thing>& things, u16 block) {
+  const auto first = std::ranges::lower_bound(things, block, {}, &Thing::block);
+  const auto last = std::ranges::upper_bound(things, block, {}, &Thing::block);
+  return {first, last};
 }
 
-std::span<const LostCopy> SectionView::LostIn(u16 block) const {
-  return std::ranges::equal_range(lost, block, {}, &LostCopy::block);
-}
+}  // namespace
+
+std::span<const Finding> SectionView::FindingsOf(u16 block) const { return OfBlock(findings, block); }
+
+std::span<const LostCopy> SectionView::LostIn(u16 block) const { return OfBlock(lost, block); }
 
 namespace {
 

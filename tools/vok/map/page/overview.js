@@ -33,7 +33,7 @@ function verdictLines(totals) {
   const used = percent(totals.size - totals.free, totals.size);
   const lines = [`${plural(totals.items, "item")} in ${plural(image.sections.length, "section")}; ${used} of the space is taken.`];
   for (const [remedy, number] of lossesByRemedy())
-    lines.push(`${plural(number, "item")} not served. Remedy: ${remedy}`);
+    lines.push(`${number > 0 ? `${plural(number, "item")} not served` : "Valid slots that name no item"}. Remedy: ${remedy}`);
   if (numberOf("error") > 0) lines.push(`${plural(numberOf("error"), "error")} found.`);
   if (numberOf("due") > 0) lines.push(`${plural(numberOf("due"), "thing")} to finish: vok repair does it.`);
   if (totals.dead > 0) lines.push(`A reorganisation regains ${plural(totals.dead, "dead byte")}.`);
