@@ -37,7 +37,7 @@ void CheckPlace(const std::string& directory, const fs::path& target, Existing e
 
 /// Somebody made a file that the new result makes, too.
 void RequireSame(const std::string& directory, const fs::path& old, const fs::path& fresh) {
-  if (ReadFile(old) == ReadFile(fresh)) return;
+  if (ReadFile(old.string()) == ReadFile(fresh.string())) return;
   Refuse(directory, fmt::format("{} is of no earlier unpack and differs from the new one", old.string()));
 }
 
