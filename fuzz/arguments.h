@@ -12,6 +12,7 @@ class Exact {
  public:
   explicit Exact(std::size_t size) : values_(size) {}
   T* get() { return values_.empty() ? nullptr : values_.data(); }
+  std::span<const T> values() const { return values_; }
 
  private:
   std::vector<T> values_;

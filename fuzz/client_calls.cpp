@@ -3,22 +3,34 @@
 
 namespace vok::fuzz {
 
+namespace {
+
+template <typename T, std::size_t N>
+std::span<const T> Seen(const std::array<T, N>& records) {
+  return records;
+}
+
+}  // namespace
+
 void Operator::Open() {
   OpenedItem& record = opened_[input_.Byte() % opened_.size()];
   const Name name = TakeName(input_);
-  world_.Run("OpenItem", {0, 112, 118, 119, 136},
-             [&] { return OpenItem(0, name.type, name.id, &record.handle, &record.length); });
+  world_.Run(
+      "OpenItem", {0, 112, 118, 119, 136},
+      [&] { return OpenItem(0, name.type, name.id, &record.handle, &record.length); }, record);
 }
 
 void Operator::OpenMany() {
   const std::uint16_t type = TakeType(input_);
   std::uint32_t count = input_.Byte() % 5;
-  world_.Run("OpenItems", {0, 118, 120, 136},
-             [&] { return OpenItems(0, type, nullptr, nullptr, opened_.data(), &count); });
+  world_.Run(
+      "OpenItems", {0, 118, 120, 136}, [&] { return OpenItems(0, type, nullptr, nullptr, opened_.data(), &count); },
+      count, Seen(opened_));
   WithSet(type, [&](const ValueSetChunk* set, std::uint16_t& cursor) {
     count = 3;
-    world_.Run("OpenItems", {0, 112, 119, 120, 136},
-               [&] { return OpenItems(0, type, &cursor, set, opened_.data(), &count); });
+    world_.Run(
+        "OpenItems", {0, 112, 119, 120, 136}, [&] { return OpenItems(0, type, &cursor, set, opened_.data(), &count); },
+        count, Seen(opened_));
   });
 }
 
@@ -27,8 +39,10 @@ void Operator::HandleBytes() {
   const std::uint32_t length = TakeLength(input_);
   const std::uint32_t offset = TakeOffset(input_);
   Exact<std::uint8_t> buffer(length);
-  world_.Run("ReadHandle", {0, 110, 114, 115, 116}, [&] { return ReadHandle(handle, length, offset, buffer.get()); });
-  ReadHandleValue(handle, input_.Byte() % 5, offset);
+  world_.Run(
+      "ReadHandle", {0, 110, 114, 115, 116}, [&] { return ReadHandle(handle, length, offset, buffer.get()); },
+      buffer.values());
+  transcript.See(ReadHandleValue(handle, input_.Byte() % 5, offset));
 }
 
 void Operator::Close() {
@@ -45,7 +59,8 @@ void Operator::Client() {
   const std::uint8_t number = input_.Byte() % 5;
   std::uint16_t lock = 0;
   if (input_.Flag())
-    world_.Run("RegisterClient", {0, 101, 103}, [&] { return RegisterClient(0, number, &lock); });
+    world_.Run(
+        "RegisterClient", {0, 101, 103}, [&] { return RegisterClient(0, number, &lock); }, lock);
   else
     world_.Run("UnregisterClient", {0, 113, 133}, [&] { return UnregisterClient(0, number); });
 }
@@ -54,20 +69,24 @@ void Operator::Pointer() {
   ItemPointer& record = pointers_[input_.Byte() % pointers_.size()];
   const Name name = TakeName(input_);
   const std::uint16_t lock = input_.Byte() % 4;
-  world_.Run("GetItemPointer", {0, 112, 113, 118, 119, 137},
-             [&] { return GetItemPointer(0, name.type, name.id, &record.address, &record.length, lock); });
+  world_.Run(
+      "GetItemPointer", {0, 112, 113, 118, 119, 137},
+      [&] { return GetItemPointer(0, name.type, name.id, &record.address, &record.length, lock); }, record);
 }
 
 void Operator::Pointers() {
   const std::uint16_t type = TakeType(input_);
   const std::uint16_t lock = input_.Byte() % 4;
   std::uint32_t count = input_.Byte() % 5;
-  world_.Run("GetItemPointers", {0, 113, 118, 120, 137},
-             [&] { return GetItemPointers(0, type, nullptr, nullptr, pointers_.data(), &count, lock); });
+  world_.Run(
+      "GetItemPointers", {0, 113, 118, 120, 137},
+      [&] { return GetItemPointers(0, type, nullptr, nullptr, pointers_.data(), &count, lock); }, count,
+      Seen(pointers_));
   WithSet(type, [&](const ValueSetChunk* set, std::uint16_t& cursor) {
     count = 3;
-    world_.Run("GetItemPointers", {0, 112, 113, 119, 120, 137},
-               [&] { return GetItemPointers(0, type, &cursor, set, pointers_.data(), &count, lock); });
+    world_.Run(
+        "GetItemPointers", {0, 112, 113, 119, 120, 137},
+        [&] { return GetItemPointers(0, type, &cursor, set, pointers_.data(), &count, lock); }, count, Seen(pointers_));
   });
 }
 
@@ -85,13 +104,15 @@ void Operator::Advice() {
   std::uint16_t block = 0;
   const std::uint8_t threshold = input_.Byte() % 104;
   const std::uint8_t admit = input_.Byte() % 2;
-  world_.Run("CheckReorgNeed", {0, 115, 123, 133}, [&] { return CheckReorgNeed(0, threshold, &block, admit); });
+  world_.Run(
+      "CheckReorgNeed", {0, 115, 123, 133}, [&] { return CheckReorgNeed(0, threshold, &block, admit); }, block);
 }
 
 void Operator::NewId() {
   std::uint16_t id = 0;
   const std::uint16_t type = TakeType(input_);
-  world_.Run("MakeId", {0, 100, 118, 134}, [&] { return MakeId(0, type, &id); });
+  world_.Run(
+      "MakeId", {0, 100, 118, 134}, [&] { return MakeId(0, type, &id); }, id);
 }
 
 }  // namespace vok::fuzz

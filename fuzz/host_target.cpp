@@ -29,7 +29,7 @@ class Host {
     for (std::uint8_t i = 0; i < records; ++i) AddRecord(psdt, i);
     if (input_.Byte() % 8 == 0) psdt = input_.Take(96 * 4);
     const std::uint32_t address = input_.Pick(kAddresses);
-    world_.worker.LoadPSDT(psdt.data(), static_cast<std::uint32_t>(psdt.size()), address);
+    transcript.See(world_.worker.LoadPSDT(psdt.data(), static_cast<std::uint32_t>(psdt.size()), address));
   }
 
   void Call() {
@@ -38,16 +38,16 @@ class Host {
     switch (choice % 12) {
       case 0: return Codeplug();
       case 1: return Records();
-      case 2: worker.ReadAllVOK(input_.Pick(kTags)); return;
+      case 2: return ReadAll();
       case 3: return Read();
       case 4:
       case 5: return Write();
       case 6: return WriteAll();
-      case 7: worker.BuildDefaultVOKHeaders(); return;
+      case 7: return transcript.See(worker.BuildDefaultVOKHeaders());
       case 8: worker.SetBlockVOKVersion(0, input_.Byte() % 5); return;
-      case 9: worker.EraseVirtualMemory(input_.Word() % (kImageSize + 2), input_.Byte()); return;
-      case 10: worker.TerminateVOK(); return;
-      default: worker.EraseCodeplugVirtualMemory(); return;
+      case 9: return Erase();
+      case 10: return transcript.See(worker.TerminateVOK());
+      default: return transcript.See(worker.EraseCodeplugVirtualMemory());
     }
   }
 
@@ -87,22 +87,43 @@ class Host {
     FillPartition(world_, input_);
     Bytes bytes = world_.Read(section.base, section.base + 16);
     if (bytes.empty()) bytes.resize(1);
-    world_.worker.LoadCodeplug(bytes.data(), static_cast<std::uint32_t>(bytes.size()),
-                               static_cast<std::uint32_t>(section.base), input_.Byte() % 5);
+    transcript.See(world_.worker.LoadCodeplug(bytes.data(), static_cast<std::uint32_t>(bytes.size()),
+                                              static_cast<std::uint32_t>(section.base), input_.Byte() % 5));
+  }
+
+  void ReadAll() {
+    for (const VOKITEM& item : world_.worker.ReadAllVOK(input_.Pick(kTags))) {
+      transcript.See(item.Type);
+      transcript.See(item.Id);
+      transcript.See(std::span<const std::uint8_t>(item.Data));
+    }
+  }
+
+  void Erase() {
+    const std::uint32_t start = input_.Word() % (kImageSize + 2);
+    transcript.See(world_.worker.EraseVirtualMemory(start, input_.Byte()));
   }
 
   void Records() {
     const std::unique_ptr<PSDT_HEADER_RECORD> header(world_.worker.ReadPSDTHeaderRecord());
-    for (PSDT_RECORD* record : world_.worker.ReadPSDTRecord()) delete record;
+    for (PSDT_RECORD* record : world_.worker.ReadPSDTRecord()) {
+      transcript.See(record->StartAddress);
+      transcript.See(record->BlockSize);
+      transcript.See(record->BlockCount);
+      transcript.See(record->LastType);
+      delete record;
+    }
     std::uint16_t version = 0;
-    world_.worker.GetBlockVOKVersion(input_.Word(), version);
+    transcript.See(world_.worker.GetBlockVOKVersion(input_.Word(), version));
+    transcript.See(version);
   }
 
   void Read() {
     std::uint32_t length = input_.Half();
     Bytes buffer(length);
     const std::uint16_t type = TakeType(input_);
-    world_.worker.ReadVOK(type, TakeId(input_), buffer.data(), length);
+    transcript.See(world_.worker.ReadVOK(type, TakeId(input_), buffer.data(), length));
+    transcript.See(length);
     Require(length <= buffer.size() || buffer.empty(), "more bytes than the buffer holds");
   }
 
@@ -111,6 +132,7 @@ class Host {
     std::uint16_t id = TakeId(input_);
     const Bytes data(input_.Byte() == 255 ? 70000u : input_.Byte(), 0x77);
     world_.worker.WriteVOK(type, id, data.data(), static_cast<std::uint32_t>(data.size()));
+    transcript.See(id);
   }
 
   void WriteAll() {
@@ -136,7 +158,8 @@ void FuzzHost(Input input) {
   for (int calls = 0; calls < 24 && !input.empty(); ++calls) {
     try {
       host.Call();
-    } catch (const VokError&) {
+    } catch (const VokError& error) {
+      transcript.See(static_cast<std::uint64_t>(error.Code));
     }
   }
   VokWorker worker;

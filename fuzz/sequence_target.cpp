@@ -28,6 +28,8 @@ class Sequence {
   void Run() {
     while (!input_.empty() && !is_stuck_) Step();
     if (!is_stuck_) Remount(2);
+    const Bytes bytes = world_.Read(world_.geometry().base, world_.geometry().end());
+    transcript.See(std::span<const std::uint8_t>(bytes));
   }
 
  private:

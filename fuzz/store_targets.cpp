@@ -28,11 +28,17 @@ bool Mount(World& world, std::uint8_t mode) {
   return code == 0;
 }
 
+void SeeBytes(const World& world) {
+  const Bytes bytes = world.Read(world.geometry().base, world.geometry().end());
+  transcript.See(std::span<const std::uint8_t>(bytes));
+}
+
 void End(World& world) {
   world.device.FailIn(FailingDevice::Failure::kNone, 0);
   TerminateStore();
   Require(world.hooks.alive == 0, "memory is left by a store that has ended");
   Require(world.SurroundingsAreErased(), "bytes outside the partition change");
+  SeeBytes(world);
 }
 
 }  // namespace

@@ -55,7 +55,18 @@ bool FailingDevice::Step() {
   return false;
 }
 
+void CountingHooks::ReportError(std::uint16_t code) {
+  transcript.See(code);
+  last_report = code;
+}
+
+void CountingHooks::TakeStoreLock() {
+  transcript.See(held);
+  ++held;
+}
+
 void CountingHooks::TakeLock(std::uint32_t* lock) {
+  transcript.See(held);
   Require(*lock == 0, "a lock is taken twice");
   *lock = 1;
   ++held;
@@ -73,6 +84,7 @@ std::uint16_t CountingHooks::CheckProgramOver(std::uint8_t, std::uint32_t, const
 }
 
 void* CountingHooks::Allocate(std::uint16_t size) {
+  transcript.See(size);
   if (allocations_left == 0) return nullptr;
   if (allocations_left > 0) --allocations_left;
   ++alive;

@@ -3,6 +3,7 @@
 #include <initializer_list>
 
 #include "input.h"
+#include "transcript.h"
 #include "vok/platform.h"
 #include "vok/store.h"
 #include "vok/vok_worker.h"
@@ -21,13 +22,13 @@ class FailingDevice : public FlashDevice {
   enum class Failure : std::uint8_t { kNone, kOnce, kForGood, kCut };
 
   std::uint16_t ProgramWord16(std::uint32_t address, std::uint16_t value) override {
-    return Step() ? FlashDevice::ProgramWord16(address, value) : 1;
+    return Step<std::uint16_t>(address, {&value, 1}) ? FlashDevice::ProgramWord16(address, value) : 1;
   }
   std::uint16_t ProgramBytes(const std::uint8_t* data, std::uint32_t address, std::uint32_t length) override {
-    return Step() ? FlashDevice::ProgramBytes(data, address, length) : 1;
+    return Step<std::uint8_t>(address, {data, length}) ? FlashDevice::ProgramBytes(data, address, length) : 1;
   }
   std::uint16_t EraseBlockDevice(std::uint32_t address) override {
-    return Step() ? FlashDevice::EraseBlockDevice(address) : 1;
+    return Step<std::uint8_t>(address, {}) ? FlashDevice::EraseBlockDevice(address) : 1;
   }
 
   /// The @p steps-th step from now on fails.
@@ -36,7 +37,14 @@ class FailingDevice : public FlashDevice {
   std::uint64_t steps = 0;
 
  private:
+  /// @return whether the step is made
   bool Step();
+  template <typename T>
+  bool Step(std::uint32_t address, std::span<const T> written) {
+    transcript.See(address);
+    transcript.See(written);
+    return Step();
+  }
 
   Failure failure_ = Failure::kNone;
   std::uint32_t left_ = 0;
@@ -46,10 +54,10 @@ class FailingDevice : public FlashDevice {
 /// Hooks that keep account of memory and locks and answer as they are told.
 class CountingHooks : public PlatformHooks {
  public:
-  void ReportError(std::uint16_t code) override { last_report = code; }
+  void ReportError(std::uint16_t code) override;
   void TakeLock(std::uint32_t* lock) override;
   void GiveLock(std::uint32_t* lock) override;
-  void TakeStoreLock() override { ++held; }
+  void TakeStoreLock() override;
   void GiveStoreLock() override { --held; }
   std::uint16_t NotifyClient(std::uint8_t, std::uint32_t, std::uint32_t, std::uint32_t, std::uint8_t) override {
     return notify_answer;
@@ -106,9 +114,11 @@ class World {
   std::uint16_t Mount(std::uint8_t mode);
 
   /// Makes a call and holds it to its codes, its bound, and to giving back every lock.
+  /// @param outputs  what it may write, for the transcript
   /// @return its code; 0xFFFF after a Cut
-  template <typename Call>
-  std::uint16_t Run(const char* name, std::initializer_list<std::uint16_t> codes, Call call) {
+  template <typename Call, typename... Outputs>
+  std::uint16_t Run(const char* name, std::initializer_list<std::uint16_t> codes, Call call,
+                    const Outputs&... outputs) {
     const Account before = Open();
     std::uint16_t code = 0xFFFF;
     try {
@@ -116,6 +126,8 @@ class World {
     } catch (const Cut&) {
     }
     Close(name, before, code, codes);
+    transcript.See(code);
+    (transcript.See(outputs), ...);
     return code;
   }
 

@@ -10,8 +10,9 @@ void Operator::Write() {
   const std::uint32_t length = TakeLength(input_);
   const Bytes data(length, static_cast<std::uint8_t>(id + length));
   const std::uint8_t* const bytes = input_.Byte() % 16 == 0 ? nullptr : data.data();
-  world_.Run("WriteItem", {0, 100, 105, 115, 118, 121, 123, 124, 130, 134},
-             [&] { return WriteItem(0, mode, type, &id, bytes, length); });
+  world_.Run(
+      "WriteItem", {0, 100, 105, 115, 118, 121, 123, 124, 130, 134},
+      [&] { return WriteItem(0, mode, type, &id, bytes, length); }, id);
 }
 
 void Operator::WritePart() {
@@ -30,8 +31,9 @@ void Operator::Rename() {
   const std::uint8_t mode = input_.Byte() % 2;
   const std::uint16_t new_type = TakeType(input_);
   const Name old = TakeName(input_);
-  world_.Run("RenameItem", {0, 100, 105, 112, 118, 119, 123, 124, 130, 134, 135},
-             [&] { return RenameItem(0, mode, new_type, &new_id, old.type, old.id); });
+  world_.Run(
+      "RenameItem", {0, 100, 105, 112, 118, 119, 123, 124, 130, 134, 135},
+      [&] { return RenameItem(0, mode, new_type, &new_id, old.type, old.id); }, new_id);
 }
 
 void Operator::Delete() {
@@ -62,7 +64,8 @@ void Operator::Reorganise() {
 
 void Operator::EraseRetired() {
   std::uint16_t block = input_.Flag() ? std::uint16_t{0xFFFF} : static_cast<std::uint16_t>(input_.Byte() % 6);
-  world_.Run("EraseRetiredBlock", {0, 104, 105, 109, 134}, [&] { return EraseRetiredBlock(0, &block); });
+  world_.Run(
+      "EraseRetiredBlock", {0, 104, 105, 109, 134}, [&] { return EraseRetiredBlock(0, &block); }, block);
 }
 
 void Operator::Answers() {
