@@ -7,7 +7,14 @@ sweep() {
     build/release/vok_sweep --seconds "$1"
   else
     build/release/vok_sweep --markdown docs/reliability.md
+    survey
   fi
+}
+
+# survey [STRIDE]
+survey() {
+  build release
+  python3 tests/survey/survey.py build/release/vok --stride "${1:-1}" --page docs/reliability.md
 }
 
 fuzz() {
