@@ -95,7 +95,7 @@ TEST_F(FailureTest, WrongCommandLine) {
   ExpectWrongCommandLine("list", "no image");
   ExpectWrongCommandLine("list --psdt v1-psdt.bin", "--psdt requires --codeplug");
   ExpectWrongCommandLine("list --image a " + pair, "excludes");
-  ExpectWrongCommandLine("read 2 " + pair, "ID is required");
+  ExpectWrongCommandLine("read " + pair, "TYPE is required");
   ExpectWrongCommandLine("read 2 65536 " + pair, "ID: 65536 is not in 0 to 65535");
   ExpectWrongCommandLine("read 2x 1 " + pair, "TYPE: '2x' is not a number");
   ExpectWrongCommandLine("list --store-version 4 " + pair, "--store-version: 4 is not in 1 to 3");

@@ -26,6 +26,7 @@ int FlushOutput(int status) {
 
 int Run(const vok::tool::Invocation& invocation) {
   if (invocation.options.verbose) vok::tool::BeVerbose();
+  if (invocation.options.output == vok::tool::kStandardStream) vok::tool::PrintAside();
   try {
     return FlushOutput(invocation.command(invocation.options));
   } catch (const Failure& failure) {

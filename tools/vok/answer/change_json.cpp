@@ -26,6 +26,15 @@ Json ChangeOf(const ItemDifference& difference) {
           {"crc32", {ChecksumText(difference.before->crc32), ChecksumText(difference.after->crc32)}}};
 }
 
+Json ChangeWithBytes(const ItemDifference& difference) {
+  Json json = ChangeOf(difference);
+  json["bytes"] = Json::array();
+  for (const ByteDifference& place : difference.bytes)
+    json["bytes"].push_back(
+        {{"offset", place.offset}, {"before", HexString(place.before)}, {"after", HexString(place.after)}});
+  return json;
+}
+
 Json CopyOf(const SalvagedCopy& copy) {
   return {{"block", copy.block}, {"slot", copy.slot}, {"state", NameOf(copy.state)}, {"searched", copy.searched}};
 }
@@ -55,7 +64,7 @@ Json RebuiltOf(const RebuiltSection& rebuilt) {
   return json;
 }
 
-void AddDifferences(Json& json, std::span<const ItemDifference> differences) {
+void AddDifferences(Json& json, std::span<const ItemDifference> differences, bool with_bytes = false) {
   for (const char* const list : {"added", "removed", "changed"}) json[list] = Json::array();
   for (const ItemDifference& difference : differences) {
     if (difference.before == nullptr)
@@ -63,7 +72,7 @@ void AddDifferences(Json& json, std::span<const ItemDifference> differences) {
     else if (difference.after == nullptr)
       AddItem(json["removed"].emplace_back(Json::object()), difference.section, *difference.before);
     else
-      json["changed"].push_back(ChangeOf(difference));
+      json["changed"].push_back(with_bytes ? ChangeWithBytes(difference) : ChangeOf(difference));
   }
 }
 
@@ -104,9 +113,10 @@ std::string RebuiltJson(u16 version, std::span<const RebuiltSection> sections, c
   return JsonText(json);
 }
 
-std::string DifferencesJson(std::span<const ItemDifference> differences, std::span<const ImageLosses> images) {
+std::string DifferencesJson(std::span<const ItemDifference> differences, std::span<const ImageLosses> images,
+                            bool with_bytes) {
   Json json = Answer();
-  AddDifferences(json, differences);
+  AddDifferences(json, differences, with_bytes);
   AddLosses(json, images);
   return JsonText(json);
 }

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "base/byte_difference.h"
 #include "building/manifest.h"
 #include "building/rebuild.h"
 #include "section/items.h"
@@ -24,8 +25,9 @@ struct Regained {
 /// An item that two images do not have alike. One side is absent when the item is only in the other image.
 struct ItemDifference {
   std::string section;
-  const ItemEntry* before;  ///< null = added
-  const ItemEntry* after;   ///< null = removed
+  const ItemEntry* before;                 ///< null = added
+  const ItemEntry* after;                  ///< null = removed
+  std::vector<ByteDifference> bytes = {};  ///< of an item that both have
 };
 
 std::string WrittenJson(const Section& section, const ItemEntry& item, const Losses& losses);
@@ -33,7 +35,9 @@ std::string DeletedJson(std::size_t count, const Losses& losses);
 std::string RegainedJson(std::span<const Regained> sections, const Losses& losses);
 /// Each section with its noteworthy items and the damaged ones.
 std::string RebuiltJson(u16 version, std::span<const RebuiltSection> sections, const Losses& losses);
-std::string DifferencesJson(std::span<const ItemDifference> differences, std::span<const ImageLosses> images);
+/// @param with_bytes  also where changed items differ
+std::string DifferencesJson(std::span<const ItemDifference> differences, std::span<const ImageLosses> images,
+                            bool with_bytes);
 /// DifferencesJson() of what apply changes, with the items that it leaves in the image though the folder lacks them.
 /// @param kept  as removals
 std::string AppliedJson(std::span<const ItemDifference> differences, std::span<const ItemDifference> kept, bool dry_run,

@@ -19,6 +19,7 @@ Json ItemFields(const ItemEntry& item) {
 Json ItemOf(const Section& section, const ItemEntry& item) {
   Json json = {{"section", section.name}};
   json.update(ItemFields(item));
+  if (item.address != 0) json["address"] = item.address;
   return json;
 }
 
@@ -117,6 +118,18 @@ std::string LostItemJson(const ItemKey& item, const Losses& losses) {
   Json json = Answer();
   json["type"] = item.type;
   json["id"] = item.id;
+  AddLosses(json, losses);
+  return JsonText(json);
+}
+
+std::string ItemsWithBytesJson(u16 version, std::span<const ItemWithBytes> items, const Losses& losses) {
+  Json json = Answer();
+  json["version"] = version;
+  json["items"] = Json::array();
+  for (const auto& [section, item, bytes] : items) {
+    json["items"].push_back(ItemOf(*section, item));
+    json["items"].back()["data"] = HexString(bytes);
+  }
   AddLosses(json, losses);
   return JsonText(json);
 }

@@ -34,10 +34,18 @@ struct SectionSpace {
   std::vector<BlockFigures> blocks = {};  ///< only when they are asked for
 };
 
+/// An item that was read.
+struct ItemWithBytes {
+  const Section* section;
+  ItemEntry item;
+  Bytes bytes;
+};
+
 std::string ItemsJson(u16 version, std::span<const SectionItems> sections, const Losses& losses);
 std::string ItemJson(const Section& section, const ItemEntry& item, std::span<const u8> bytes, const Losses& losses);
 /// Of an item that cannot be served.
 std::string LostItemJson(const ItemKey& item, const Losses& losses);
+std::string ItemsWithBytesJson(u16 version, std::span<const ItemWithBytes> items, const Losses& losses);
 std::string ManifestJson(const LoadedImage& image, std::span<const SectionItems> sections, const Losses& losses);
 std::string ReportJson(u16 version, bool clean, std::span<const SectionReport> reports, const Losses& losses);
 std::string InfoJson(const LoadedImage& image, std::span<const u32> header_words, std::span<const SectionSpace> spaces,

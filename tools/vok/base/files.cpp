@@ -9,6 +9,7 @@
 
 #include "base/failure.h"
 #include "base/temporary.h"
+#include "base/terminal.h"
 #include "flash/image.h"
 
 namespace vok::tool {
@@ -90,7 +91,7 @@ void RequireAsRead(const fs::path& path, const std::string& shown) {
 }
 
 void RequireOutput(const Output& output, Existing existing) {
-  if (output.path.empty()) return;
+  if (output.path.empty() || output.path == kStandardStream) return;
   RequirePlaceFor(output.path, existing);
   if (IsInput(output.path)) Refuse(output.path, "this command reads it");
 }
@@ -173,6 +174,7 @@ void WriteNewFile(const fs::path& path, std::span<const u8> bytes) {
 }
 
 void RequirePlaceFor(const std::string& path, Existing existing) {
+  if (path == kStandardStream) return;
   if (IsFree(path)) return;
   if (fs::is_directory(path)) ThrowSystemError("write", path, std::make_error_code(std::errc::is_a_directory));
   if (existing == Existing::kRefuse) Refuse(path, "it exists; --force replaces it");
@@ -183,9 +185,11 @@ void WriteOutputs(std::span<const Output> outputs, Existing existing) {
   for (const Output& output : outputs) RequireOutput(output, existing);
   std::deque<PendingOutput> pending;
   for (const Output& output : outputs)
-    if (!output.path.empty()) pending.emplace_back(output, existing);
+    if (!output.path.empty() && output.path != kStandardStream) pending.emplace_back(output, existing);
   const Uninterrupted uninterrupted;
   for (PendingOutput& output : pending) output.Publish();
+  for (const Output& output : outputs)
+    if (output.path == kStandardStream) PrintBytes(output.bytes);
 }
 
 void ReplaceInput(const std::string& path, std::span<const u8> bytes) {

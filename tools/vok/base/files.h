@@ -14,6 +14,9 @@ namespace vok::tool {
 
 using Bytes = std::vector<u8>;
 
+/// In place of a path: standard input to read, standard output to write.
+inline constexpr const char* kStandardStream = "-";
+
 /// The whole file, which may be a pipe. @throws Failure also for a file longer than the flash image, or one that
 /// somebody changes meanwhile
 Bytes ReadFile(const std::string& path);

@@ -8,9 +8,14 @@ namespace vok::tool {
 
 namespace {
 bool verbose = false;
+std::FILE* text_output = nullptr;  ///< null = standard output
+}  // namespace
+
+void Print(const std::string& text) {
+  std::fwrite(text.data(), 1, text.size(), text_output != nullptr ? text_output : stdout);
 }
 
-void Print(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+void PrintAside() { text_output = stderr; }
 
 void PrintBytes(std::span<const u8> bytes) {
   if (!bytes.empty()) std::fwrite(bytes.data(), 1, bytes.size(), stdout);

@@ -10,6 +10,10 @@
 namespace vok::tool {
 
 void Print(const std::string& text);
+
+/// From here on Print() prints on standard error: standard output takes bytes.
+void PrintAside();
+
 void PrintBytes(std::span<const u8> bytes);
 
 /// Asks a yes-or-no question on standard error. @return false at once when standard input is no terminal

@@ -40,7 +40,7 @@ void PrintChanges(const std::vector<ItemDifference>& changes) {
                {"ID", Align::kRight},
                {"LENGTH BEFORE", Align::kRight},
                {"AFTER", Align::kRight}});
-  for (const auto& [section, before, after] : changes) {
+  for (const auto& [section, before, after, bytes] : changes) {
     const ItemEntry& item = after != nullptr ? *after : *before;
     table.AddRow({before == nullptr  ? "added"
                   : after == nullptr ? "removed"

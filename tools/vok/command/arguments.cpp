@@ -162,7 +162,7 @@ void Arguments::ManyImages(ManyUse use, const std::string& operand) {
 }
 
 void Arguments::MadeImage() {
-  Output("write the codeplug to FILE").Required();
+  Output("write the codeplug to FILE (- = standard output)").Required();
   Dump();
 }
 
@@ -172,7 +172,10 @@ Argument Arguments::Dump() {
 
 Argument Arguments::OfEveryCommand(const std::string& name) { return Argument(*app_.get_parent()->get_option(name)); }
 
-void Arguments::Footer(const std::string& text) { app_.footer(text); }
+void Arguments::Footer(const std::string& text) {
+  const std::string above = app_.get_footer();
+  app_.footer(above.empty() ? text : above + '\n' + text);
+}
 
 void Arguments::Check(std::function<void()> check) { app_.final_callback(std::move(check)); }
 

@@ -104,7 +104,8 @@ class Arguments {
   /// -o, with --force.
   Argument Output(const std::string& description);
   /// -o of a command that changes the image, with --wait and --accept-loss.
-  Argument ChangedOutput(const std::string& description = "write the changed image to FILE (default: in place)");
+  Argument ChangedOutput(
+      const std::string& description = "write the changed image to FILE (default: in place; - = standard output)");
   /// --force of a command with outputs, which Output() brings along.
   Argument Force(const std::string& description = "replace files that exist");
   /// Many images in place of one.

@@ -17,7 +17,8 @@ constexpr ImageUse kNone = ImageUse::kNone;
 constexpr CommandEntry kCommands[] = {
     {"info", RunInfo, TakeInfo, kOne, kLook, "show the PSDT, its sections and their space"},
     {"list", RunList, TakeList, kOne, kLook, "list the items"},
-    {"read", RunRead, TakeRead, kOne, kLook, "show the bytes of an item"},
+    {"read", RunRead, TakeRead, kOne, kLook, "show the bytes of an item, or of all of a type"},
+    {"find", RunFind, TakeFind, kOne, kLook, "find the items that hold some text or bytes"},
     {"diff", RunDiff, TakeDiff, ImageUse::kCompared, kLook, "tell in which items two images differ"},
     {"map", RunMap, TakeMap, kOne, kLook, "show the blocks as a picture"},
     {"explain", RunExplain, TakeExplain, kOne, kLook, "tell what lies at a flash address"},
@@ -32,7 +33,7 @@ constexpr CommandEntry kCommands[] = {
     {"write", RunWrite, TakeWrite, kOne, kChange, "write an item, new or in place of the one there is"},
     {"rename", RunRename, TakeRename, kOne, kChange, "give an item another type and ID"},
     {"delete", RunDelete, TakeDelete, kOne, kChange, "delete an item, or a range of them"},
-    {"reorganise", RunReorganise, TakeReorganise, kOne, kChange, "regain the space of dead items"},
+    {"reorganise", RunReorganise, TakeReorganise, kOne, kChange, "regain the space of dead items", "reorganize"},
 
     {"check", RunCheck, TakeCheck, kOne, kMend, "tell what is unfinished; changes nothing"},
     {"repair", RunRepair, TakeRepair, kOne, kMend, "finish or undo what is unfinished"},

@@ -21,6 +21,7 @@ struct CommandEntry {
   ImageUse image_use;
   const char* heading;  ///< under which the help shows it
   const char* description;
+  const char* alias = nullptr;  ///< another name
 };
 
 /// Every command, in the order of the help.

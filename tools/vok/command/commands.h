@@ -11,6 +11,8 @@ class Arguments;
 int RunInfo(const Options& options);
 int RunList(const Options& options);
 int RunRead(const Options& options);
+/// @return kFailed also when no item holds the bytes
+int RunFind(const Options& options);
 int RunUnpack(const Options& options);
 /// @return kFailed also when the image is not clean
 int RunCheck(const Options& options);
@@ -44,6 +46,7 @@ int RunTorture(const Options& options);
 void TakeInfo(Arguments& arguments, Options& options);
 void TakeList(Arguments& arguments, Options& options);
 void TakeRead(Arguments& arguments, Options& options);
+void TakeFind(Arguments& arguments, Options& options);
 void TakeUnpack(Arguments& arguments, Options& options);
 void TakeCheck(Arguments& arguments, Options& options);
 void TakeRepair(Arguments& arguments, Options& options);

@@ -65,10 +65,12 @@ struct SectionHit {
 /// The sections that hold items to delete. One that is read-only stops the job before anything is changed, unless it is
 /// left out by naming another.
 std::vector<SectionHit> HitsOf(const Options& options, const SectionList& sections, const std::string& what) {
+  const Section* const only = options.section.empty() ? nullptr : &FindSection(sections, options.section);
+  if (only != nullptr) RequireMounted(*only);
   constexpr NumberRange kAllIds = {.first = 0, .last = 0xFFFF};
   std::vector<SectionHit> hits;
   for (const Section& section : sections.accepted) {
-    if (!section.IsMounted() || (!options.section.empty() && section.name != options.section)) continue;
+    if (!section.IsMounted() || (only != nullptr && &section != only)) continue;
     const std::size_t count = CountItems(section, options.types, kAllIds);
     if (count == 0) continue;
     if (section.IsReadOnly())
@@ -82,8 +84,8 @@ std::vector<SectionHit> HitsOf(const Options& options, const SectionList& sectio
 
 std::size_t DeleteTypes(const Options& options, const ChangedImage& image) {
   const std::string what = fmt::format("items of the types {}", RangeText(options.types));
-  if (!options.section.empty()) RequireMounted(FindSection(image.sections(), options.section));
   const std::vector<SectionHit> hits = HitsOf(options, image.sections(), what);
+  if (hits.empty()) throw Failure(fmt::format("cannot delete {}: there are none", what));
   std::size_t count = 0;
   for (const SectionHit& hit : hits) count += hit.count;
   RequireConsent(options, count, what);

@@ -34,8 +34,10 @@ std::vector<ItemDifference> Compare(const ImageContents& first, const ImageConte
       ++after;
     } else {
       if (before->second.bytes != after->second.bytes)
-        differences.push_back(
-            {.section = before->first.section, .before = &before->second.entry, .after = &after->second.entry});
+        differences.push_back({.section = before->first.section,
+                               .before = &before->second.entry,
+                               .after = &after->second.entry,
+                               .bytes = CompareBytes(before->second.bytes, after->second.bytes)});
       ++before;
       ++after;
     }
@@ -48,10 +50,16 @@ std::string LineOf(char sign, const std::string& section, const ItemEntry& item,
 }
 
 std::string LineOf(const ItemDifference& difference) {
-  const auto& [section, before, after] = difference;
+  const auto& [section, before, after, bytes] = difference;
   if (before == nullptr) return LineOf('+', section, *after, std::to_string(after->length));
   if (after == nullptr) return LineOf('-', section, *before, std::to_string(before->length));
   return LineOf('~', section, *after, fmt::format("{} -> {}", before->length, after->length));
+}
+
+void PrintDifference(const ItemDifference& difference, bool with_bytes) {
+  Print(LineOf(difference));
+  if (!with_bytes) return;
+  for (const ByteDifference& bytes : difference.bytes) Print("    " + TextOf(bytes) + '\n');
 }
 
 int PrintDifferences(const Options& options) {
@@ -60,9 +68,9 @@ int PrintDifferences(const Options& options) {
   const std::vector<ItemDifference> differences = Compare(a, b);
   const std::array<ImageLosses, 2> losses = {
       {{.image = options.first_image, .losses = &a.losses}, {.image = options.second_image, .losses = &b.losses}}};
-  if (options.json) Print(DifferencesJson(differences, losses));
+  if (options.json) Print(DifferencesJson(differences, losses, options.bytes));
   if (!options.json)
-    for (const ItemDifference& difference : differences) Print(LineOf(difference));
+    for (const ItemDifference& difference : differences) PrintDifference(difference, options.bytes);
   for (const ImageLosses& image : losses) TellLosses(*image.losses, image.image);
   if (!WithoutHidden(a.losses).empty() || !WithoutHidden(b.losses).empty()) return kTrouble;
   return differences.empty() ? kDone : kFailed;
@@ -79,6 +87,7 @@ void TakeDiff(Arguments& arguments, Options& options) {
   const std::string operand = "dump, unpacked directory, PSDT+CODEPLUG, or a codeplug with --psdt";
   arguments.Text("A", options.first_image, operand).Required();
   arguments.Text("B", options.second_image, operand);
+  arguments.Flag("--bytes", options.bytes, "also show where changed items differ");
   arguments.Json();
   arguments.Rebuilt();
   arguments.ManyImages(ManyUse::kCompared);

@@ -1,5 +1,7 @@
 #include <fmt/core.h>
 
+#include <algorithm>
+
 #include "answer/json.h"
 #include "base/failure.h"
 #include "base/table.h"
@@ -9,6 +11,7 @@
 #include "command/arguments.h"
 #include "command/commands.h"
 #include "command/conclude.h"
+#include "store/volume/layout.h"
 
 namespace vok::tool {
 
@@ -20,11 +23,23 @@ std::vector<u32> HeaderWords() {
   return words;
 }
 
+/// The store adds up what dead records claim; where damage makes them overlap that may be more than there is.
+PartitionSpace SpaceOf(const Section& section) {
+  PartitionSpace space{};
+  GetPartitionSpace(section.partition(), &space);
+  const u32 largest = LargestItem(section.entry.block_size);
+  const u32 all = section.entry.block_size * section.entry.block_count;
+  space.largest_item_now = std::min(space.largest_item_now, largest);
+  space.largest_item_after_reorganisation = std::min(space.largest_item_after_reorganisation, largest);
+  space.free_after_reorganisation = std::min(space.free_after_reorganisation, all);
+  return space;
+}
+
 std::vector<SectionSpace> SpacesOf(const SectionList& sections, bool with_blocks) {
   std::vector<SectionSpace> spaces;
   for (const Section& section : sections.accepted) {
     SectionSpace& space = spaces.emplace_back(SectionSpace{.section = &section, .space = {}});
-    if (section.IsMounted()) GetPartitionSpace(section.partition(), &space.space);
+    if (section.IsMounted()) space.space = SpaceOf(section);
     if (with_blocks) space.blocks = BlocksOf(section);
   }
   return spaces;

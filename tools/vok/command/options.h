@@ -53,18 +53,25 @@ struct Options {
   bool verbose = false;
   std::string section;  ///< empty = all
   u16 type = 0;
-  u16 id = 0;          ///< may be kNewId where an item is written
-  std::string output;  ///< empty = standard output, or the input in place
+  u16 id = 0;                     ///< may be kNewId where an item is written
+  std::string output;             ///< empty = standard output, or the input in place
+  std::vector<std::string> sort;  ///< what to list by, the last first; none = as the items lie in flash
+  bool reverse = false;           ///< the other way round
+  bool long_list = false;         ///< with addresses and checksums
+  bool bytes = false;             ///< also tell which bytes differ
   std::string directory;
-  bool force = false;  ///< outputs replace files that exist
-  bool wait = false;   ///< for other commands that use the image
+  std::string pattern;    ///< to find
+  bool hex = false;       ///< the pattern is hexadecimal
+  bool any_case = false;  ///< letters of the pattern match in either case
+  bool force = false;     ///< outputs replace files that exist
+  bool wait = false;      ///< for other commands that use the image
   bool skip_unmounted = false;
   bool blocks = false;
   std::string input;  ///< file to read; - = standard input
   u16 new_type = 0;
   u16 new_id = 0;            ///< may be kNewId
   NumberRange ids;           ///< to delete
-  NumberRange types;         ///< to delete; empty = the items of one type
+  NumberRange types;         ///< to delete or list; empty = the items of one type, or all
   bool yes = false;          ///< do not ask
   bool dry_run = false;      ///< only show what would be done
   bool remove = false;       ///< also the items whose files are gone

@@ -1,5 +1,7 @@
 #include <fmt/core.h>
 
+#include <algorithm>
+
 #include "answer/json.h"
 #include "base/failure.h"
 #include "base/files.h"
@@ -28,12 +30,12 @@ const Section* HolderOf(const SectionList& sections, u16 type, u16 id, Bytes& by
   return nullptr;
 }
 
-void DeliverItem(const Options& options, const Section& section, const Bytes& bytes, const Losses& losses) {
+void DeliverItem(const Options& options, const Section& section, u16 id, const Bytes& bytes, const Losses& losses) {
   if (!options.output.empty() && options.output != "-") WriteOutput(options.output, bytes, ExistingFor(options));
   if (options.output == "-") return PrintBytes(bytes);
   if (options.json) {
     const ItemEntry item{
-        .type = options.type, .id = options.id, .length = static_cast<u32>(bytes.size()), .crc32 = Crc32(bytes)};
+        .type = options.type, .id = id, .length = static_cast<u32>(bytes.size()), .crc32 = Crc32(bytes)};
     return Print(ItemJson(section, item, bytes, losses));
   }
   if (options.output.empty()) Print(HexDump(bytes));
@@ -57,23 +59,68 @@ u16 CodeOf(const SectionList& sections, const std::string& section, const ItemKe
   throw Failure("no " + item, code::kItemNotFound);
 }
 
+std::vector<ItemWithBytes> ItemsInRange(const SectionList& sections, u16 type, const NumberRange& ids) {
+  std::vector<ItemWithBytes> items;
+  for (const Section& section : sections.accepted)
+    if (section.IsMounted() && Serves(section, type))
+      VisitItems(section, [&](const ItemEntry& item, const Bytes& bytes) {
+        if (item.type == type && (ids.IsEmpty() || ids.Holds(item.id))) items.push_back({&section, item, bytes});
+      });
+  std::stable_sort(items.begin(), items.end(),
+                   [](const ItemWithBytes& a, const ItemWithBytes& b) { return a.item.id < b.item.id; });
+  return items;
+}
+
+void PrintAll(const std::vector<ItemWithBytes>& items) {
+  for (const auto& [section, item, bytes] : items)
+    Print(fmt::format("{}{} type {} ID {}, {} bytes\n{}", &section == &items.front().section ? "" : "\n", section->name,
+                      item.type, item.id, item.length, HexDump(bytes)));
+}
+
+Losses LossesOfItems(Losses losses, u16 type, const NumberRange& ids) {
+  const auto other = [&](const ItemKey& item) { return item.type != type || (!ids.IsEmpty() && !ids.Holds(item.id)); };
+  for (Loss& loss : losses) std::erase_if(loss.items, other);
+  std::erase_if(losses, [](const Loss& loss) { return loss.items.empty(); });
+  return losses;
+}
+
+/// Of all items of a type, or of a range of IDs.
+int ReadSeveral(const Options& options, const ReadImage& image) {
+  const SectionList& sections = image.sections();
+  const Losses losses = LossesOfItems(image.losses(), options.type, options.ids);
+  const std::vector<ItemWithBytes> items = ItemsInRange(sections, options.type, options.ids);
+  if (options.json) {
+    Print(ItemsWithBytesJson(image.version(), items, losses));
+  } else {
+    PrintAll(items);
+  }
+  if (!items.empty() || !losses.empty()) return Conclude(losses);
+  SectionOfType(sections, options.type, fmt::format("no item of type {}", options.type));
+  throw Failure(fmt::format("no item of type {}{}", options.type, options.ids.IsEmpty() ? "" : " with such an ID"));
+}
+
 }  // namespace
 
 void TakeRead(Arguments& arguments, Options& options) {
   arguments.Type("TYPE", options.type);
-  arguments.Id("ID", options.id);
+  arguments.Range("ID", options.ids, kTypeOrId, "item ID, or FIRST-LAST (default: all of the type)");
   arguments.Json();
   arguments.Rebuilt();
   arguments.Output("write the bytes to FILE (- = standard output)");
+  arguments.Check([&options] {
+    if (!options.ids.IsOne() && !options.output.empty())
+      throw WrongCommandLine("-o takes one item; vok unpack writes each to a file of its own");
+  });
 }
 
 int RunRead(const Options& options) {
   const ReadImage image(options.image);
-  const ItemKey name{.type = options.type, .id = options.id};
+  if (!options.ids.IsOne()) return ReadSeveral(options, image);
+  const ItemKey name{.type = options.type, .id = options.ids.first};
   const Losses losses = LossesOfItem(image.losses(), name);
   Bytes bytes;
   if (const Section* const section = HolderOf(image.sections(), name.type, name.id, bytes)) {
-    DeliverItem(options, *section, bytes, losses);
+    DeliverItem(options, *section, name.id, bytes, losses);
   } else if (!losses.empty() && options.json) {
     Print(LostItemJson(name, losses));
   } else {

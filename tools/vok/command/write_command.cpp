@@ -41,6 +41,10 @@ void TakeWrite(Arguments& arguments, Options& options) {
   arguments.Text("FILE", options.input, "its bytes (- = standard input)").Required();
   arguments.ChangedOutput();
   arguments.Json();
+  arguments.Check([&options] {
+    if (options.input == kStandardStream && options.image.IsStandardInput())
+      throw WrongCommandLine("standard input cannot hold both the image and the item");
+  });
 }
 
 void TakeRename(Arguments& arguments, Options& options) {

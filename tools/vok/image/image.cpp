@@ -8,6 +8,7 @@
 #include "base/terminal.h"
 #include "flash/image.h"
 #include "image/store_version.h"
+#include "section/psdt_bytes.h"
 
 namespace vok::tool {
 
@@ -29,6 +30,20 @@ void RequireApart(u64 psdt_start, u64 psdt_end, const std::string& what, u64 sta
                             what, HexAddress(start), HexAddress(end)));
 }
 
+/// The usual address, unless the PSDT's magic is elsewhere alone.
+u64 PsdtAddressIn(const ImageBytes& dump) {
+  constexpr u64 kUsual = ImageArguments::kDefaultPsdtAddress;
+  constexpr std::size_t kMostNamed = 3;
+  if (dump.bytes.size() > kUsual && LooksLikePsdt(std::span(dump.bytes).subspan(kUsual))) return kUsual;
+  const std::vector<u64> found = FindPsdts(dump.bytes, kMostNamed);
+  if (found.size() > 1)
+    throw Failure(fmt::format("{} holds a PSDT at {} and at {}{}; --psdt-address names the one to use", dump.path,
+                              HexAddress(found[0]), HexAddress(found[1]), found.size() > 2 ? " and more" : ""));
+  if (found.empty()) return kUsual;
+  Say(fmt::format("the PSDT of {} lies at {}", dump.path, HexAddress(found.front())));
+  return found.front();
+}
+
 }  // namespace
 
 LoadedImage::LoadedImage(const ImageArguments& arguments) : is_dump_(arguments.IsDump()) {
@@ -45,11 +60,13 @@ LoadedImage::LoadedImage(const ImageArguments& arguments) : is_dump_(arguments.I
 }
 
 void LoadedImage::LoadDump(const ImageArguments& arguments) {
-  contents_ = {.path = arguments.dump, .bytes = ReadFile(arguments.dump)};
+  const bool is_input = arguments.IsStandardInput();
+  contents_ = {.path = is_input ? "standard input" : arguments.dump,
+               .bytes = is_input ? ReadStandardInput() : ReadFile(arguments.dump)};
   RequireInFlash(contents_, "dump");
-  psdt_ = {.path = arguments.dump,
+  psdt_ = {.path = contents_.path,
            .bytes = {},
-           .address = arguments.psdt_address.value_or(ImageArguments::kDefaultPsdtAddress)};
+           .address = arguments.psdt_address ? *arguments.psdt_address : PsdtAddressIn(contents_)};
   if (!InFlash(psdt_.address, kPsdtLengthInDump) || !contents_.Covers(psdt_.address, psdt_.address + kPsdtLengthInDump))
     throw Failure(fmt::format("dump {} ends at {}: no PSDT at {}", contents_.path, HexAddress(contents_.end()),
                               HexAddress(psdt_.address)));

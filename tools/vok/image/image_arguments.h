@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "base/files.h"
 #include "image/placed_file.h"
 
 namespace vok::tool {
@@ -18,6 +19,8 @@ struct ImageArguments {
   u16 store_version = 0;  ///< 0 = as the blocks say
   bool rebuilt = false;   ///< for reading: with its sections rebuilt in memory
 
+  /// The dump comes from standard input.
+  bool IsStandardInput() const { return dump == kStandardStream; }
   bool IsDump() const { return !dump.empty(); }
 };
 

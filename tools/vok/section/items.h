@@ -17,6 +17,7 @@ struct ItemEntry {
   u16 id;
   u32 length;
   u32 crc32;
+  u64 address = 0;  ///< flash address of its bytes, where that was looked up
 };
 
 /// zlib's CRC-32 of @p bytes, continuing @p sum.

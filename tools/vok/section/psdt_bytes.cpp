@@ -1,6 +1,7 @@
 #include "section/psdt_bytes.h"
 
 #include <algorithm>
+#include <array>
 
 #include "base/number.h"
 #include "flash/image.h"
@@ -10,8 +11,27 @@ namespace vok::tool {
 namespace {
 
 /// Where a record keeps its fields; what lies between them is 0.
+constexpr std::size_t kStart = 4;
+constexpr std::size_t kBlockSize = 8;
 constexpr std::size_t kKind = 36;
+constexpr std::size_t kBlockCount = 38;
 constexpr std::size_t kPartition = 68;
+constexpr u16 kHighestPartition = 8;
+
+constexpr std::size_t kHeaderCount = 6;
+constexpr std::array<u8, 4> kMagicBytes = {'P', 'H', 'D', 'R'};
+
+u32 Get16(std::span<const u8> bytes, std::size_t at) { return static_cast<u32>(bytes[at] << 8 | bytes[at + 1]); }
+u32 Get32(std::span<const u8> bytes, std::size_t at) { return Get16(bytes, at) << 16 | Get16(bytes, at + 2); }
+
+bool HasMagic(std::span<const u8> bytes) {
+  return bytes.size() >= kMagicBytes.size() && std::equal(kMagicBytes.begin(), kMagicBytes.end(), bytes.begin());
+}
+
+bool LooksLikeSection(std::span<const u8> record) {
+  const u64 size = u64{Get32(record, kBlockSize)} * Get16(record, kBlockCount);
+  return size != 0 && Get32(record, kStart) + size <= kFlashSize && Get16(record, kPartition) <= kHighestPartition;
+}
 
 void Put16(Bytes& bytes, u32 value) {
   bytes.push_back(static_cast<u8>(value >> 8));
@@ -51,6 +71,24 @@ Bytes PsdtBytes(std::span<const psdt::Record> records, std::size_t least_size) {
   for (const psdt::Record& record : records) PutRecord(bytes, record);
   bytes.resize(std::max(bytes.size(), least_size), kErasedByte);
   return bytes;
+}
+
+bool LooksLikePsdt(std::span<const u8> bytes) {
+  if (!HasMagic(bytes) || !psdt::HasSoundCount(bytes.data(), static_cast<u32>(bytes.size()))) return false;
+  for (u32 i = 1; i <= Get16(bytes, kHeaderCount); ++i)
+    if (LooksLikeSection(bytes.subspan(i * psdt::kRecordSize, psdt::kRecordSize))) return true;
+  return false;
+}
+
+std::vector<u64> FindPsdts(std::span<const u8> bytes, std::size_t most) {
+  std::vector<u64> found;
+  const auto next = [&bytes](auto from) {
+    return std::search(from, bytes.end(), kMagicBytes.begin(), kMagicBytes.end());
+  };
+  for (auto at = next(bytes.begin()); at != bytes.end() && found.size() < most; at = next(at + 1))
+    if (LooksLikePsdt(bytes.subspan(static_cast<std::size_t>(at - bytes.begin()))))
+      found.push_back(static_cast<u64>(at - bytes.begin()));
+  return found;
 }
 
 u32 TagOf(const std::string& text) {

@@ -3,6 +3,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "base/files.h"
 #include "worker/psdt.h"
@@ -11,6 +12,13 @@ namespace vok::tool {
 
 /// The big-endian bytes of a PSDT with these records, as LoadPSDT() takes them; 0xFF fills it up to @p least_size.
 Bytes PsdtBytes(std::span<const psdt::Record> records, std::size_t least_size);
+
+/// Whether the bytes begin with what start-up could work with: the magic, a count of records that fit, and among them a
+/// section of its own inside the flash image.
+bool LooksLikePsdt(std::span<const u8> bytes);
+
+/// Where in @p bytes a PSDT begins, by its magic and a look at its records, as far as @p most places.
+std::vector<u64> FindPsdts(std::span<const u8> bytes, std::size_t most);
 
 /// A section tag: the first character goes to the highest byte.
 u32 TagOf(const std::string& text);

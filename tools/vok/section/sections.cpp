@@ -34,6 +34,30 @@ u16 SetUpCodeOf(const StartupPlan& plan) {
   return code == code::kInitializedAlready ? code::kOk : code;
 }
 
+bool AreSameInAnyCase(const std::string& a, const std::string& b) {
+  const auto same = [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); };
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), same);
+}
+
+/// The section of exactly that name, else the only one of that name in another case. @return null = none
+const Section* SectionOfName(const std::vector<Section>& sections, const std::string& name) {
+  const Section* near = nullptr;
+  u32 count = 0;
+  for (const Section& section : sections) {
+    if (section.name == name) return &section;
+    if (!AreSameInAnyCase(section.name, name)) continue;
+    near = &section;
+    ++count;
+  }
+  return count == 1 ? near : nullptr;
+}
+
+std::string NamesOf(const std::vector<Section>& sections) {
+  std::string names;
+  for (const Section& section : sections) names += (names.empty() ? "" : ", ") + section.name;
+  return names.empty() ? "none" : names;
+}
+
 }  // namespace
 
 bool Section::IsReadOnly() const { return entry.kind == CurrentLayout().read_only_kind; }
@@ -84,14 +108,11 @@ std::string ReasonOf(PassOver verdict) {
 }
 
 const Section& FindSection(const SectionList& sections, const std::string& name) {
-  const auto has_name = [&name](const Section& section) { return section.name == name; };
-  const auto accepted = std::find_if(sections.accepted.begin(), sections.accepted.end(), has_name);
-  if (accepted != sections.accepted.end()) return *accepted;
-  const auto passed = std::find_if(sections.passed_over.begin(), sections.passed_over.end(), has_name);
-  const std::string why = passed == sections.passed_over.end()
-                              ? "is not in the PSDT"
-                              : "is passed over by the start-up: " + ReasonOf(passed->verdict);
-  throw Failure(fmt::format("section {} {}", name, why));
+  if (const Section* const section = SectionOfName(sections.accepted, name)) return *section;
+  if (const Section* const passed = SectionOfName(sections.passed_over, name))
+    throw Failure(
+        fmt::format("section {} is passed over by the start-up: {}", passed->name, ReasonOf(passed->verdict)));
+  throw Failure(fmt::format("section {} is not in the PSDT, which has {}", name, NamesOf(sections.accepted)));
 }
 
 bool Serves(const Section& section, u16 type) {

@@ -50,7 +50,7 @@ std::string KindOf(const Section& section);
 /// Why start-up passes a section over.
 std::string ReasonOf(PassOver verdict);
 
-/// The accepted section of that name. @throws Failure 116
+/// The accepted section of that name, which may be written in another case where that leaves no doubt. @throws Failure
 const Section& FindSection(const SectionList& sections, const std::string& name);
 
 /// Whether one of the section's ranges covers @p type.
