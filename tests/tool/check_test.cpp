@@ -1,3 +1,6 @@
+#include <fstream>
+
+#include "section/finding_kinds.h"
 #include "tool_fixture.h"
 
 namespace vok::test {
@@ -87,6 +90,54 @@ TEST_F(CheckTest, FindsJournalRecordsOfEveryKind) {
   expect(2, "replacement of item type 5 ID 7");
   expect(3, "rename to item type 5 ID 7");
   expect(9, "unknown kind 9");
+}
+
+/// What no mount looks at, each in the first block of a clean image.
+TEST_F(CheckTest, FindsWhatIsWrongWithRecordsAndNames) {
+  const Bytes codeplug = Read(image_.codeplug);
+  const SlotPlace last = SlotFromEnd(codeplug, 1);
+  const SlotPlace before = SlotFromEnd(codeplug, 2);
+  const auto expect = [&](std::size_t offset, const Bytes& bytes, const std::string& code,
+                          const std::string& severity) {
+    Copy("v1", "clean");
+    Overwrite(image_.codeplug, offset, bytes);
+    const json report = json::parse(Run("check --json " + image_.Pair()).out);
+    std::string found;
+    for (const auto& finding : report.at("sections").at(0).at("findings")) {
+      if (finding.at("code") == code) {
+        EXPECT_EQ(finding.at("severity"), severity);
+      }
+      found += std::string(finding.at("code")) + ' ';
+    }
+    EXPECT_NE(found.find(code), std::string::npos) << code << ": " << found;
+    EXPECT_EQ(report.at("clean"), severity == "note") << code;
+  };
+  const auto slice = [&](std::size_t at, std::size_t count) {
+    const auto first = codeplug.begin() + static_cast<std::ptrdiff_t>(at);
+    return Bytes(first, first + static_cast<std::ptrdiff_t>(count));
+  };
+  expect(last.slot, {0, 0}, "damage.type-zero", "error");
+  expect(last.slot, {0x12, 0x34}, "damage.unserved-type", "error");
+  expect(last.slot + 2, {0xFF, 0xFF}, "damage.id-65535", "error");
+  expect(last.slot, slice(before.slot, 4), "damage.two-copies", "error");
+  expect(last.word, slice(before.word, 2), "damage.records-overlap", "error");
+  expect(before.slot, {0xFF, 0xFF}, "damage.slots-behind-gap", "error");
+  expect(last.slot + 300, {0x00}, "due.programmed-free-space", "due");
+  expect(8, {0xFF, 0xF0, 0, 0}, "note.wear", "note");
+  expect(12, {0x12}, "damage.block-state", "error");
+  expect(0, {0}, "damage.no-signature", "error");
+}
+
+TEST_F(CheckTest, EveryCodeIsExplained) {
+  std::ifstream file(VOK_DOCS "/check.md");
+  const std::string page{std::istreambuf_iterator<char>(file), {}};
+  std::size_t rows = 0;
+  for (std::size_t at = page.find("\n| `"); at != std::string::npos; at = page.find("\n| `", at + 1)) ++rows;
+  EXPECT_EQ(rows, tool::FindingKinds().size());
+  for (const tool::FindingKind& kind : tool::FindingKinds())
+    EXPECT_NE(page.find("| `" + std::string(kind.code) + "` | " + tool::NameOf(kind.severity) + " |"),
+              std::string::npos)
+        << kind.code;
 }
 
 TEST_F(CheckTest, SaysWhenARepairCannotHelp) {

@@ -52,8 +52,14 @@ Json ManifestSection(const SectionItems& listed) {
 Json FindingOf(const Finding& finding) {
   Json json = {{"block", finding.block}};
   if (finding.slot) json["slot"] = *finding.slot;
+  const FindingKind& kind = KindOf(finding.code);
+  json["code"] = kind.code;
+  json["severity"] = NameOf(kind.severity);
   json["what"] = finding.what;
   json["repair"] = finding.repair;
+  json["cost"] = kind.cost;
+  json["items"] = Json::array();
+  for (const ItemKey& item : finding.items) json["items"].push_back({{"type", item.type}, {"id", item.id}});
   return json;
 }
 

@@ -7,6 +7,7 @@
 #include "base/failure.h"
 #include "base/table.h"
 #include "base/terminal.h"
+#include "section/contents.h"
 #include "section/mounting.h"
 
 namespace vok::tool {
@@ -18,13 +19,16 @@ std::string MountText(const SectionReport& report) {
   return fmt::format("no ({})", ErrorText(report.code));
 }
 
+bool IsNote(const Finding& finding) { return finding.severity() == Severity::kNote; }
+
 void PrintFindings(std::span<const SectionReport> reports) {
   using Align = Table::Align;
-  Table table({{"SECTION"}, {"BLOCK", Align::kRight}, {"SLOT", Align::kRight}, {"FOUND"}, {"REPAIR"}});
+  Table table({{"SECTION"}, {"BLOCK", Align::kRight}, {"SLOT", Align::kRight}, {"CODE"}, {"FOUND"}, {"REPAIR"}});
   for (const SectionReport& report : reports)
     for (const Finding& finding : report.findings)
       table.AddRow({report.section->name, std::to_string(finding.block),
-                    finding.slot ? std::to_string(*finding.slot) : "-", finding.what, finding.repair});
+                    finding.slot ? std::to_string(*finding.slot) : "-", KindOf(finding.code).code, finding.what,
+                    finding.repair});
   table.Print();
 }
 
@@ -33,13 +37,13 @@ void PrintFindings(std::span<const SectionReport> reports) {
 std::vector<SectionReport> InspectSections(const SectionList& sections) {
   std::vector<SectionReport> reports;
   for (const Section& section : sections.accepted)
-    reports.push_back({.section = &section, .code = code::kUnmounted, .findings = InspectSection(section)});
+    reports.push_back({.section = &section, .code = code::kUnmounted, .findings = ExamineSection(section)});
   return reports;
 }
 
 bool IsClean(std::span<const SectionReport> reports) {
   return std::all_of(reports.begin(), reports.end(), [](const SectionReport& report) {
-    return !IsMountable(*report.section) || (report.code == code::kOk && report.findings.empty());
+    return !IsMountable(*report.section) || (report.code == code::kOk && std::ranges::all_of(report.findings, IsNote));
   });
 }
 

@@ -22,6 +22,7 @@ Json FindingsOf(const SectionView& section, u16 block, std::size_t most) {
   for (const Finding& finding : findings.first(std::min(findings.size(), most))) {
     Json& added = json.emplace_back(Json::object());
     if (finding.slot) added["slot"] = *finding.slot;
+    added["code"] = KindOf(finding.code).code;
     added["severity"] = NameOf(ConditionOf(section, finding));
     added["what"] = finding.what;
     added["repair"] = finding.repair;

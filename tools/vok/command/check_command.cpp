@@ -8,6 +8,7 @@
 #include "command/arguments.h"
 #include "command/commands.h"
 #include "command/conclude.h"
+#include "section/contents.h"
 #include "section/mounting.h"
 
 namespace vok::tool {
@@ -37,6 +38,7 @@ int RunCheck(const Options& options) {
   const SectionList mounted = CheckMountSections();
   for (std::size_t i = 0; i < reports.size(); ++i) {
     reports[i].code = mounted.accepted[i].mount_code;
+    if (reports[i].code == code::kOk) CompareFigures(mounted.accepted[i], reports[i].findings);
     ForeseeRepair(reports[i]);
   }
   const bool clean = IsClean(reports);

@@ -73,7 +73,7 @@ int RunRepair(const Options& options) {
     PrintReport(reports);
     Print('\n' + what + '\n');
   }
-  return kDone;
+  return clean ? kDone : kFailed;
 }
 
 }  // namespace vok::tool

@@ -21,17 +21,20 @@ class BlockInspection {
   }
 
   void Run() {
-    if (!HasSignature(block_.base)) return AddForBlock("no block signature", "erase and format the block");
+    if (!HasSignature(block_.base))
+      return AddForBlock(FindingCode::kUnsignedEmpty, "no block signature", "erase and format the block");
     InspectState();
     if (!IsFormattedByRepair(block_.state)) InspectSlots();
   }
 
  private:
-  void AddForBlock(std::string what, std::string repair) {
-    findings_.push_back({.block = index_, .slot = {}, .what = std::move(what), .repair = std::move(repair)});
+  void AddForBlock(FindingCode code, std::string what, std::string repair) {
+    findings_.push_back(
+        {.block = index_, .slot = {}, .code = code, .what = std::move(what), .repair = std::move(repair)});
   }
-  void AddForSlot(u32 number, std::string what, std::string repair) {
-    findings_.push_back({.block = index_, .slot = number, .what = std::move(what), .repair = std::move(repair)});
+  void AddForSlot(u32 number, FindingCode code, std::string what, std::string repair) {
+    findings_.push_back(
+        {.block = index_, .slot = number, .code = code, .what = std::move(what), .repair = std::move(repair)});
   }
 
   void InspectState();
@@ -50,14 +53,15 @@ class BlockInspection {
 void BlockInspection::InspectState() {
   const BlockStates& states = CurrentLayout().states;
   const std::string what = "block state " + NameOfBlockState(block_.state);
-  if (block_.state == states.opening) return AddForBlock(what, "make it Active");
+  if (block_.state == states.opening) return AddForBlock(FindingCode::kBlockState, what, "make it Active");
   if (block_.state == states.reorg_source)
-    return AddForBlock(what, "move its items out, then erase and format the block");
-  if (block_.state == states.reorg_target) return AddForBlock(what, "finish the reorganisation and make it Active");
+    return AddForBlock(FindingCode::kBlockState, what, "move its items out, then erase and format the block");
+  if (block_.state == states.reorg_target)
+    return AddForBlock(FindingCode::kBlockState, what, "finish the reorganisation and make it Active");
   if (block_.state == states.erased || block_.state == states.retired)
-    return AddForBlock(what, "erase and format the block");
+    return AddForBlock(FindingCode::kBlockState, what, "erase and format the block");
   if (IsFormattedByRepair(block_.state))
-    AddForBlock(what + " (unknown)", "erase and format the block; its items are lost");
+    AddForBlock(FindingCode::kBlockState, what + " (unknown)", "erase and format the block; its items are lost");
 }
 
 void BlockInspection::InspectSlots() {
@@ -82,32 +86,34 @@ void BlockInspection::InspectSlot(u32 number, const SlotHeader& header) {
   const auto what = [&header] {
     return fmt::format("slot {}, item type {} ID {}", NameOfSlotState(header.word), header.type, header.id);
   };
-  if (IsUnfinished(header.word)) return AddForSlot(number, what(), "cancel the slot");
+  if (IsUnfinished(header.word)) return AddForSlot(number, FindingCode::kUnfinishedSlot, what(), "cancel the slot");
   if (!IsValid(header.word)) return;
   const ItemRecord record = LocateRecord(partition_, block_, header.word);
   if (header.type == kJournalType) return InspectJournalRecord(number, record);
   if (!record.sound)
-    AddForSlot(number, what() + ": its record lies outside the block",
+    AddForSlot(number, FindingCode::kRecordOutside, what() + ": its record lies outside the block",
                fmt::format("none: the item cannot be read ({})", ErrorText(code::kInternalError)));
 }
 
 void BlockInspection::InspectJournalRecord(u32 number, const ItemRecord& record) {
   if (!record.sound || record.length < journal::kOffsetWordOffset + CurrentLayout().word_size)
-    return AddForSlot(number, "journal record Valid, damaged", "retire the record");
+    return AddForSlot(number, FindingCode::kJournalDamaged, "journal record Valid, damaged", "retire the record");
   const FlashAddress start = record.payload();
   const std::string item = fmt::format("item type {} ID {}", ReadFlashWord16(start + journal::kTypeOffset),
                                        ReadFlashWord16(start + journal::kIdOffset));
   switch (const u16 kind = ReadFlashWord16(start + journal::kKindOffset)) {
     case journal::kPartialWrite:
-      return AddForSlot(number, "journal record Valid, partial write of " + item,
+      return AddForSlot(number, FindingCode::kJournalRecord, "journal record Valid, partial write of " + item,
                         "write the bytes again and retire the record");
     case journal::kReplace:
-      return AddForSlot(number, "journal record Valid, replacement of " + item,
+      return AddForSlot(number, FindingCode::kJournalRecord, "journal record Valid, replacement of " + item,
                         "leave one copy of the item and retire the record");
     case journal::kRename:
-      return AddForSlot(number, "journal record Valid, rename to " + item,
+      return AddForSlot(number, FindingCode::kJournalRecord, "journal record Valid, rename to " + item,
                         "retire the old name once the new one stands, and the record");
-    default: AddForSlot(number, fmt::format("journal record Valid, unknown kind {}", kind), "none: the mount fails");
+    default:
+      AddForSlot(number, FindingCode::kJournalDamaged, fmt::format("journal record Valid, unknown kind {}", kind),
+                 "none: the mount fails");
   }
 }
 
@@ -116,7 +122,8 @@ void BlockInspection::InspectTail(const SlotWalk& walk) {
   if (CloseIfFull(block_)) return;
   const u32 word = ReadHeaderWord(block_.top - CurrentLayout().word_size);
   if (word != CurrentLayout().all_ones())
-    AddForBlock("record written without a slot, below the lowest record", RepairOfTail(word));
+    AddForBlock(FindingCode::kRecordWithoutSlot, "record written without a slot, below the lowest record",
+                RepairOfTail(word));
 }
 
 std::string BlockInspection::RepairOfTail(u32 word) const {

@@ -24,8 +24,9 @@ const char* TextOf(Condition condition) { return WordsOf(condition).text; }
 const char* NameOf(Condition condition) { return WordsOf(condition).name; }
 
 Condition ConditionOf(const SectionView& section, const Finding& finding) {
+  if (finding.severity() == Severity::kNote) return Condition::kFine;
   const bool costs_items = !finding.slot && !section.LostIn(finding.block).empty();
-  return costs_items || finding.repair.starts_with("none") ? Condition::kDamage : Condition::kDue;
+  return costs_items || finding.severity() == Severity::kError ? Condition::kDamage : Condition::kDue;
 }
 
 Condition ConditionOf(const SectionView& section, const BlockView& block) {

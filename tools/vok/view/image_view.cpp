@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "salvage.h"
+#include "section/contents.h"
 
 namespace vok::tool {
 
@@ -24,16 +25,10 @@ std::span<const LostCopy> SectionView::LostIn(u16 block) const { return OfBlock(
 
 namespace {
 
-std::vector<Finding> FindingsByBlock(const Section& section) {
-  std::vector<Finding> findings = InspectSection(section);
-  std::ranges::stable_sort(findings, {}, &Finding::block);
-  return findings;
-}
-
 SectionView ViewSectionWhole(const Section& section, const Losses& losses) {
   SectionView view{.section = &section,
                    .blocks = ViewForSalvage(PartitionAt(section.partition())),
-                   .findings = FindingsByBlock(section),
+                   .findings = ExamineSection(section),
                    .lost = {}};
   view.lost = MarkLostCopies(losses, section.name, view.blocks);
   return view;
@@ -42,7 +37,7 @@ SectionView ViewSectionWhole(const Section& section, const Losses& losses) {
 }  // namespace
 
 SectionView ViewSection(const Section& section, UnreachedSlots unreached) {
-  SectionView view{.section = &section, .blocks = {}, .findings = FindingsByBlock(section), .lost = {}};
+  SectionView view{.section = &section, .blocks = {}, .findings = InspectSection(section), .lost = {}};
   const PartitionRecord& partition = PartitionAt(section.partition());
   for (u16 i = 0; i < partition.block_count; ++i) view.blocks.push_back(ViewBlock(partition, i, unreached));
   return view;
