@@ -54,7 +54,8 @@ void PrintAnswer(const Options& options, const FolderChanges& found, const Losse
   const std::vector<ItemDifference> changes = DifferencesOf(found.changes);
   if (options.json) return Print(AppliedJson(changes, DifferencesOf(found.kept), options.dry_run, losses));
   if (!changes.empty()) PrintChanges(changes);
-  Print(fmt::format("{} items {}\n", changes.size(), options.dry_run ? "would change" : "changed"));
+  Print(fmt::format("{} item{} {}\n", changes.size(), changes.size() == 1 ? "" : "s",
+                    options.dry_run ? "would change" : "changed"));
   if (!found.kept.empty())
     Print(fmt::format("{} items of the image are not in {}; --delete removes them\n", found.kept.size(),
                       options.directory));
