@@ -17,7 +17,7 @@ need() {
 need_build() { need g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libfmt-dev zlib1g-dev libgtest-dev; }
 need_tests() {
   need_build
-  need python3
+  need python3 python3-jsonschema
 }
 need_packaging() {
   need_tests
