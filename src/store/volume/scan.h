@@ -21,8 +21,8 @@ u16 CheckBlockTail(PartitionRecord& partition, BlockRecord& block, MountMode mod
 /// What a scan knows of the slots before the one at hand.
 struct PassedSlots {
   u32 count = 0;
-  u32 last_word = 0;    ///< location word of the last of them
-  FlashAddress record;  ///< start of the record of the last of them that has one; the block's end when none has
+  u32 last_word = 0;        ///< location word of the last of them
+  FlashAddress record = 0;  ///< start of the record of the last of them that has one; the block's end when none has
 };
 
 /// Cancels the Allocated or Void slot at @p slot. @return 0; 105

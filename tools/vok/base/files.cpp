@@ -202,7 +202,7 @@ void ReplaceInput(const std::string& path, std::span<const u8> bytes) {
 }
 
 std::string ReplaceKeeping(const std::string& path, std::span<const u8> old, std::span<const u8> bytes) {
-  const std::string kept = FreeNameToKeep(path);
+  std::string kept = FreeNameToKeep(path);
   Temporary temporary(kept, Temporary::Kind::kFile, kept);
   Fill(temporary, path, kept, old);
   // A request to end finds both files or none.

@@ -6,7 +6,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstdint>
+#include <memory>
 #endif
 
 namespace vok::tool {
@@ -14,11 +14,11 @@ namespace vok::tool {
 #ifdef __linux__
 
 void UseLargePages() {
-  const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
-  const auto image = reinterpret_cast<std::uintptr_t>(VirtualMemoryAddress(0));
-  const std::uintptr_t first = (image + page - 1) / page * page;
+  const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  void* first = const_cast<u8*>(VirtualMemoryAddress(0));
+  std::size_t size = kFlashSize;
   // It is advice: where it is not taken, everything works as before.
-  ::madvise(reinterpret_cast<void*>(first), image + kFlashSize - first, MADV_HUGEPAGE);
+  if (std::align(page, page, first, size) != nullptr) ::madvise(first, size, MADV_HUGEPAGE);
 }
 
 #else

@@ -26,7 +26,10 @@ struct FileId {
   u64 volume = 0;
   u64 number = 0;
 
-  auto operator<=>(const FileId&) const = default;
+  bool operator==(const FileId&) const = default;
+  bool operator<(const FileId& other) const {
+    return volume != other.volume ? volume < other.volume : number < other.number;
+  }
 };
 
 /// A file at one moment: whoever writes or replaces it changes one of these.

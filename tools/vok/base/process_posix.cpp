@@ -50,6 +50,7 @@ class Streams {
 pid_t Spawn(std::vector<std::string> words, const Streams& streams) {
   words.insert(words.begin(), "vok");
   std::vector<char*> pointers;
+  pointers.reserve(words.size() + 1);
   for (std::string& word : words) pointers.push_back(word.data());
   pointers.push_back(nullptr);
   pid_t process = 0;

@@ -38,7 +38,7 @@ AddedFile AddedFileOf(const std::string& directory, const Section& section, cons
   const auto id = ParseNumber(std::string_view(name).substr(dash + 1, name.find('.') - dash - 1));
   if (!type || *type == 0 || *type > kLastItemType || !id || *id > kLastId)
     Refuse(directory, file, fmt::format("types are 1 to {} and IDs 0 to {}", kLastItemType, kLastId));
-  const AddedFile added{.type = static_cast<u16>(*type), .id = static_cast<u16>(*id), .file = file};
+  AddedFile added{.type = static_cast<u16>(*type), .id = static_cast<u16>(*id), .file = file};
   const std::string usual = ItemFileName(section, {.type = added.type, .id = added.id, .length = 0, .crc32 = 0});
   if (usual != file) Refuse(directory, file, "the file of that item is named " + usual);
   if (!Serves(section, added.type))

@@ -17,6 +17,7 @@ namespace {
 /// By section, type and ID, whatever the order in which they are made.
 std::vector<ItemDifference> DifferencesOf(const std::vector<FolderChange>& changes) {
   std::vector<ItemDifference> differences;
+  differences.reserve(changes.size());
   for (const FolderChange& change : changes)
     differences.push_back({.section = change.section,
                            .before = change.before ? &*change.before : nullptr,

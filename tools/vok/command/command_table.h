@@ -15,12 +15,12 @@ enum class ImageUse {
 
 /// A command of the tool.
 struct CommandEntry {
-  const char* name;
-  Command run;
-  void (*take)(Arguments& arguments, Options& options);  ///< declares what it takes
-  ImageUse image_use;
-  const char* heading;  ///< under which the help shows it
-  const char* description;
+  const char* name = nullptr;
+  Command run = nullptr;
+  void (*take)(Arguments& arguments, Options& options) = nullptr;  ///< declares what it takes
+  ImageUse image_use = ImageUse::kOne;
+  const char* heading = nullptr;  ///< under which the help shows it
+  const char* description = nullptr;
   const char* alias = nullptr;  ///< another name
 };
 

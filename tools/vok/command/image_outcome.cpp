@@ -15,7 +15,7 @@ constexpr std::string_view kOwnName = "vok: ";
 /// Gives all that a process wrote to @p use, piece by piece.
 template <typename Use>
 void ForPieces(std::FILE* file, Use use) {
-  std::array<char, 0x10000> piece;
+  std::array<char, 0x10000> piece{};
   while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), file))
     use(std::string_view(piece.data(), count));
 }
@@ -73,8 +73,9 @@ void PrintText(const std::string& image, const EndedProcess& process) {
   Print("==> " + image + " <==\n");
   if (process.output != nullptr)
     ForPieces(process.output.get(), [](std::string_view piece) { Print(std::string(piece)); });
-  for (const std::string& message : MessagesOf(process)) Warn(image + ": " + message);
-  if (!process.death.empty()) Warn(image + ": " + process.death);
+  const std::string head = image + ": ";
+  for (const std::string& message : MessagesOf(process)) Warn(std::string(head).append(message));
+  if (!process.death.empty()) Warn(head + process.death);
   Print("\n");
 }
 

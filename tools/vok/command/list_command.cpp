@@ -108,6 +108,7 @@ void PrintRows(const std::vector<Row>& rows, bool is_long) {
 /// Rows as the answers take them, in their own order.
 std::vector<SectionItems> ItemsOf(const std::vector<Row>& rows) {
   std::vector<SectionItems> items;
+  items.reserve(rows.size());
   for (const auto& [section, item] : rows) items.push_back({.section = section, .items = {item}});
   return items;
 }

@@ -31,11 +31,11 @@ void RequireChangeable(const std::string& path) {
 
 }  // namespace
 
-Claim::Claim(const std::string& source, Destination destination) : force_(destination.force) {
+Claim::Claim(const std::string& source, const Destination& destination) : force_(destination.force) {
   if (source == kStandardStream && destination.output.empty())
     throw Failure(
         "standard input cannot be changed in place; -o names a file for the result, or - for standard output");
-  path_ = destination.output.empty() ? source : std::move(destination.output);
+  path_ = destination.output.empty() ? source : destination.output;
   in_place_ = path_ != kStandardStream && AreOneFile(path_, source);
   std::vector<FileToHold> files = {{source, in_place_ ? LockKind::kExclusive : LockKind::kShared}};
   if (in_place_) {

@@ -21,9 +21,9 @@ struct Destination {
 class Claim {
  public:
   /// @throws Failure when the file cannot be changed, another command uses it or the output may not be made
-  Claim(const std::string& image, Destination destination);
-  Claim(const ImageArguments& image, Destination destination)
-      : Claim(image.IsDump() ? image.dump : image.codeplug.path, std::move(destination)) {}
+  Claim(const std::string& image, const Destination& destination);
+  Claim(const ImageArguments& image, const Destination& destination)
+      : Claim(image.IsDump() ? image.dump : image.codeplug.path, destination) {}
 
   bool IsInPlace() const { return in_place_; }
   /// The file that gets the result.

@@ -13,10 +13,10 @@ namespace vok::tool {
 
 /// One item of a section.
 struct ItemEntry {
-  u16 type;
-  u16 id;
-  u32 length;
-  u32 crc32;
+  u16 type = 0;
+  u16 id = 0;
+  u32 length = 0;
+  u32 crc32 = 0;
   u64 address = 0;  ///< flash address of its bytes, where that was looked up
 };
 

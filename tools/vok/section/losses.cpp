@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <map>
+#include <tuple>
 
 #include "base/failure.h"
 #include "block_words.h"
@@ -141,7 +142,10 @@ class SectionLosses {
     Reason reason;
     Remedy remedy;
     bool dropped;
-    auto operator<=>(const Kind&) const = default;
+    bool operator<(const Kind& other) const {
+      return std::tie(block, reason, remedy, dropped) <
+             std::tie(other.block, other.reason, other.remedy, other.dropped);
+    }
   };
 
   const ImageHoldings::HeldSection& held_;

@@ -66,6 +66,7 @@ std::vector<std::string> SectionTexts(const Losses& losses) {
   std::vector<std::string> sections;
   for (const Loss& loss : losses) AddUnlessThere(sections, loss.section);
   std::vector<std::string> texts;
+  texts.reserve(sections.size());
   for (const std::string& section : sections) texts.push_back(SectionText(LossesOfSection(losses, section)));
   return texts;
 }
@@ -73,7 +74,8 @@ std::vector<std::string> SectionTexts(const Losses& losses) {
 }  // namespace
 
 void TellLosses(const Losses& losses, const std::string& image) {
-  for (const std::string& text : SectionTexts(losses)) Warn((image.empty() ? "" : image + ": ") + text);
+  const std::string head = image.empty() ? "" : image + ": ";
+  for (const std::string& text : SectionTexts(losses)) Warn(std::string(head).append(text));
 }
 
 std::string TextOf(const Losses& losses) { return Joined(SectionTexts(losses), "; "); }

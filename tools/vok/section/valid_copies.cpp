@@ -115,8 +115,9 @@ SectionHoldings HoldingsOf(const SectionBlocks& blocks) {
 }
 
 CopyGroup CopiesOf(const SectionHoldings& holdings, const ItemKey& name) {
-  const auto found = std::ranges::equal_range(holdings.copies, name, std::less<ItemKey>(), &ValidCopy::name);
-  return {found.begin(), found.end()};
+  const auto first = std::ranges::lower_bound(holdings.copies, name, std::less<ItemKey>(), &ValidCopy::name);
+  const auto last = std::ranges::upper_bound(holdings.copies, name, std::less<ItemKey>(), &ValidCopy::name);
+  return {first, last};
 }
 
 }  // namespace vok::tool
