@@ -15,7 +15,7 @@ constexpr std::string_view kNone = "none: ";
 std::string NamesOrCount(const Loss& loss) {
   constexpr std::size_t kMostNames = 3;
   if (loss.items.empty()) return "";
-  const std::string count = CountText(loss.items.size(), "item") + " not served";
+  std::string count = CountText(loss.items.size(), "item") + " not served";
   if (loss.items.size() > kMostNames) return count;
   std::string names;
   for (const ItemKey& item : loss.items)
