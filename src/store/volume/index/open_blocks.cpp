@@ -5,9 +5,7 @@
 namespace vok {
 
 OpenBlocks::OpenBlocks(const PartitionRecord& partition)
-    : partition_(partition),
-      blocks_(new (std::nothrow) u16[partition.block_count]),
-      states_seen_(block_state_changes - 1) {}
+    : partition_(partition), blocks_(new (std::nothrow) u16[partition.block_count]) {}
 
 bool OpenBlocks::CatchUp() {
   const BlockStates& states = CurrentLayout().states;
@@ -21,6 +19,7 @@ bool OpenBlocks::CatchUp() {
     if (takes_records && block.next_slot != 0) blocks_[takers_++] = i;
   }
   states_seen_ = block_state_changes;
+  layout_ = &CurrentLayout();
   return true;
 }
 

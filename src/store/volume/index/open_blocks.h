@@ -14,7 +14,7 @@ class OpenBlocks {
   explicit OpenBlocks(const PartitionRecord& partition);
 
   /// Follows what changed. @return false without memory
-  bool Refresh() { return blocks_ != nullptr && (states_seen_ == block_state_changes || CatchUp()); }
+  bool Refresh() { return blocks_ != nullptr && (IsFresh() || CatchUp()); }
 
   /// Blocks in a state that takes records (Active, ReorgTarget) and not closed yet, in rising order.
   std::span<const u16> takers() const { return {blocks_.get(), takers_}; }
@@ -25,6 +25,8 @@ class OpenBlocks {
   u32 targets() const { return targets_; }
 
  private:
+  /// State words mean another thing under another layout.
+  bool IsFresh() const { return layout_ == &CurrentLayout() && states_seen_ == block_state_changes; }
   bool CatchUp();
 
   const PartitionRecord& partition_;
@@ -33,7 +35,8 @@ class OpenBlocks {
   u32 free_ = 0;
   u32 awaiting_erase_ = 0;
   u32 targets_ = 0;
-  u32 states_seen_;
+  u32 states_seen_ = 0;
+  const Layout* layout_ = nullptr;  ///< in force when the lists were made; null = there are none
 };
 
 }  // namespace vok
