@@ -62,5 +62,6 @@ void FuzzMount(Input input);     ///< any bytes, mounted in every mode and read
 void FuzzWrite(Input input);     ///< the same with every other operation, and failing devices and allocations
 void FuzzSequence(Input input);  ///< operations, remounts and failures on a sound store, beside a plain map
 void FuzzHost(Input input);      ///< the host interface: any PSDT, any codeplug, any call
+void FuzzTool(Input input);      ///< the tool: its JSON files, its command line, its views of any bytes
 
 }  // namespace vok::fuzz

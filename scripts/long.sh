@@ -19,12 +19,12 @@ survey() {
 
 fuzz() {
   need clang libclang-rt-14-dev
-  CC=clang CXX=clang++ quietly cmake --preset sanitize -B build/fuzz -DVOK_BUILD_FUZZ=ON -DVOK_BUILD_TESTS=OFF -DVOK_BUILD_TOOLS=OFF
+  CC=clang CXX=clang++ quietly cmake --preset sanitize -B build/fuzz -DVOK_BUILD_FUZZ=ON -DVOK_BUILD_TESTS=OFF
   local target=${1:-mount}
   cmake --build build/fuzz -j "$jobs" --target "vok_fuzz_$target"
   mkdir -p "build/fuzz/corpus/$target"
   "build/fuzz/vok_fuzz_$target" -max_total_time="${2:-60}" -max_len=3000 -timeout=20 -rss_limit_mb=2048 \
-    "build/fuzz/corpus/$target" "fuzz/corpus/$target"
+    -close_fd_mask="$([ "$target" = tool ] && echo 3 || echo 0)" "build/fuzz/corpus/$target" "fuzz/corpus/$target"
 }
 
 # bench [--check | --record]

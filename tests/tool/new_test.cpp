@@ -81,6 +81,23 @@ TEST_F(NewTest, TellsEverythingInOneLineEach) {
   EXPECT_EQ(Files().count("c.bin"), 0U);
 }
 
+TEST_F(NewTest, HostileDocumentsGetOneShortLine) {
+  std::string sections = R"({"version": 1, "sections": [0)";
+  for (int i = 0; i < 100000; ++i) sections += ",0";
+  const std::string digits(100000, '9');
+  for (const auto& [text, what] : {std::pair{std::string(100000, '['), "more than 32 levels"},
+                                   {R"({"version": )" + digits + '}', "number overflow"},
+                                   {R"({"version": 1, ")" + digits + R"(\n": 1})", "no field of this format"},
+                                   {R"({"version": 1, "sections": [{"tag": ")" + digits + "\"}]}", "four visible"},
+                                   {sections + "]}", "holds 100001 sections"}}) {
+    WriteText("d.json", text);
+    const Answer answer = Run("new d.json -o c.bin");
+    EXPECT_EQ(answer.status, 1);
+    EXPECT_NE(answer.err.find(what), std::string::npos) << what;
+    EXPECT_LT(answer.err.size(), 2000U) << what;
+  }
+}
+
 TEST_F(NewTest, SampleIsTheOneInTheRepository) {
   RunWell("sample made/here");
   EXPECT_EQ(Read("made/here/psdt.bin"), Read(VOK_SAMPLES "/psdt.bin"));

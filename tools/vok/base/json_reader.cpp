@@ -16,20 +16,32 @@ using Json = nlohmann::json;
 
 const Json& Get(const std::shared_ptr<const void>& json) { return *static_cast<const Json*>(json.get()); }
 
+/// A hostile document's texts and names are as long as it is.
+std::string Clipped(const std::string& text, std::size_t longest) {
+  return text.size() <= longest ? text : text.substr(0, longest) + "...";
+}
+
 /// The value as the document writes it, as far as it fits in a message.
 std::string Shown(const Json& json) {
   constexpr std::size_t kLongest = 40;
   // Written out, they would take as much stack as they are deep.
   if (json.is_structured()) return json.is_array() ? "an array" : "an object";
-  const std::string text = json.dump(-1, ' ', true, Json::error_handler_t::replace);
-  return text.size() <= kLongest ? text : text.substr(0, kLongest) + "...";
+  return Clipped(json.dump(-1, ' ', true, Json::error_handler_t::replace), kLongest);
 }
 
+constexpr std::size_t kLongestPart = 1000;  ///< of a message
+
 /// What the parser found, without its own name and number for it.
-std::string ParseProblem(const Json::parse_error& error) {
+std::string ParseProblem(const Json::exception& error) {
   const std::string what = error.what();
   const std::size_t mark = what.find("] ");
-  return mark == std::string::npos ? what : what.substr(mark + 2);
+  return Clipped(mark == std::string::npos ? what : what.substr(mark + 2), kLongestPart);
+}
+
+bool IsShallow(int depth, Json::parse_event_t, const Json&) {
+  constexpr int kDeepest = 32;
+  if (depth > kDeepest) throw Failure(fmt::format("more than {} levels of arrays and objects", kDeepest));
+  return true;
 }
 
 }  // namespace
@@ -39,9 +51,11 @@ JsonValue::JsonValue(std::shared_ptr<const void> json, std::string document, std
 
 JsonValue JsonValue::Parse(const std::string& text, const std::string& document) {
   try {
-    return {std::make_shared<const Json>(Json::parse(text)), document, ""};
-  } catch (const Json::parse_error& error) {
+    return {std::make_shared<const Json>(Json::parse(text, IsShallow)), document, ""};
+  } catch (const Json::exception& error) {
     throw Failure(fmt::format("{}: {}", document, ParseProblem(error)));
+  } catch (const Failure& failure) {
+    throw Failure(fmt::format("{}: {}", document, failure.what()));
   }
 }
 
@@ -55,18 +69,14 @@ void JsonValue::AllowOnly(std::initializer_list<const char*> fields) const {
 bool JsonValue::Has(const std::string& field) const { return Get(json_).contains(field); }
 
 JsonValue JsonValue::Field(const std::string& field) const {
-  const std::string path = path_ + '/' + field;
+  const std::string path = path_ + '/' + Clipped(field, kLongestPart);
   if (!Has(field)) JsonValue(json_, document_, path).Refuse("is missing");
   return {std::shared_ptr<const void>(json_, &Get(json_).at(field)), document_, path};
 }
 
-std::vector<JsonValue> JsonValue::Elements() const {
+JsonElements JsonValue::Elements() const {
   if (!Get(json_).is_array()) Refuse("is not an array");
-  std::vector<JsonValue> elements;
-  for (const Json& element : Get(json_))
-    elements.push_back(JsonValue(std::shared_ptr<const void>(json_, &element), document_,
-                                 fmt::format("{}/{}", path_, elements.size())));
-  return elements;
+  return JsonElements(*this);
 }
 
 u64 JsonValue::Number(u64 lowest, u64 highest) const {
@@ -94,6 +104,15 @@ bool JsonValue::Flag() const {
 
 std::string JsonValue::Where() const { return fmt::format("{}: {}", document_, path_.empty() ? "/" : path_); }
 
-void JsonValue::Refuse(const std::string& why) const { throw Failure(fmt::format("{}: {}", Where(), why)); }
+void JsonValue::Refuse(const std::string& why) const {
+  throw Failure(fmt::format("{}: {}", Where(), Clipped(why, kLongestPart)));
+}
+
+std::size_t JsonElements::size() const { return Get(array_.json_).size(); }
+
+JsonValue JsonElements::operator[](std::size_t index) const {
+  return {std::shared_ptr<const void>(array_.json_, &Get(array_.json_).at(index)), array_.document_,
+          fmt::format("{}/{}", array_.path_, index)};
+}
 
 }  // namespace vok::tool

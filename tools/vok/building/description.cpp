@@ -1,5 +1,7 @@
 #include "building/description.h"
 
+#include <fmt/core.h>
+
 #include <functional>
 #include <optional>
 
@@ -7,6 +9,7 @@
 #include "base/json_reader.h"
 #include "building/description_check.h"
 #include "flash/image.h"
+#include "flash/startup.h"
 #include "image/image.h"
 #include "section/psdt_bytes.h"
 #include "store/volume/layout.h"
@@ -63,8 +66,10 @@ Description DescriptionReader::Read() {
   Try([this] { description_.psdt_address = ReadPsdtAddress(); });
   Try([this] {
     const JsonValue sections = root_.Field("sections");
-    const std::vector<JsonValue> elements = sections.Elements();
+    const JsonElements elements = sections.Elements();
     if (elements.empty()) sections.Refuse("holds no section");
+    if (elements.size() > kMostPartitions)
+      sections.Refuse(fmt::format("holds {} sections, more than {}", elements.size(), kMostPartitions));
     for (const JsonValue& json : elements) ReadSection(json);
     CheckTogether(sound_, elements.size(), description_.psdt_address, problems_);
   });
@@ -142,7 +147,7 @@ u16 DescriptionReader::ReadKind(const JsonValue& kind) {
 
 void DescriptionReader::ReadRanges(const JsonValue& json, psdt::Record& record) {
   const JsonValue types = json.Field("types");
-  const std::vector<JsonValue> ranges = types.Elements();
+  const JsonElements ranges = types.Elements();
   if (ranges.empty() || ranges.size() > record.ranges.size()) types.Refuse("is not 1 to 4 ranges");
   const bool read_only = record.kind == CurrentLayout().read_only_kind;
   for (std::size_t i = 0; i < record.ranges.size(); ++i) {
@@ -152,14 +157,14 @@ void DescriptionReader::ReadRanges(const JsonValue& json, psdt::Record& record) 
   if (read_only) record.ranges[0].id = kCheckRangeId;
   if (!json.Has("range_ids")) return;
   const JsonValue range_ids = json.Field("range_ids");
-  const std::vector<JsonValue> ids = range_ids.Elements();
+  const JsonElements ids = range_ids.Elements();
   if (ids.size() != ranges.size()) range_ids.Refuse("is not one ID for each range");
   for (std::size_t i = 0; i < ids.size(); ++i)
     Try([&] { record.ranges[i].id = static_cast<u16>(ids[i].Number(0, kLastRangeId)); });
 }
 
 void DescriptionReader::ReadRange(const JsonValue& json, psdt::TypeRange& range) {
-  const std::vector<JsonValue> bounds = json.Elements();
+  const JsonElements bounds = json.Elements();
   if (bounds.size() != 2) json.Refuse("is not a first and a last type");
   range.first_type = static_cast<u16>(bounds[0].Number(1, kLastItemType));
   range.last_type = static_cast<u16>(bounds[1].Number(1, kLastItemType));

@@ -47,12 +47,12 @@ void RequireKind(const JsonValue& json, const Section& section) {
 void RequireTypes(const JsonValue& json, const Section& section) {
   if (!json.Has("types")) return;
   const JsonValue types = json.Field("types");
-  const std::vector<JsonValue> listed = types.Elements();
+  const JsonElements listed = types.Elements();
   const std::vector<psdt::TypeRange> ranges = TypeRangesOf(section);
   if (listed.size() != ranges.size())
     types.Refuse(fmt::format("{} ranges are not the {} of the PSDT", listed.size(), ranges.size()));
   for (std::size_t i = 0; i < ranges.size(); ++i) {
-    const std::vector<JsonValue> bounds = listed[i].Elements();
+    const JsonElements bounds = listed[i].Elements();
     if (bounds.size() != 2) listed[i].Refuse("is not a first and a last type");
     if (bounds[0].Number(0, kMost32) != ranges[i].first_type || bounds[1].Number(0, kMost32) != ranges[i].last_type)
       listed[i].Refuse(fmt::format("is not the range {} to {} of the PSDT", ranges[i].first_type, ranges[i].last_type));
@@ -182,7 +182,7 @@ PackedSection ReadManifestSection(const std::string& directory, const JsonValue&
                                   Tolerance tolerance) {
   RequireSection(json, section);
   FolderSection folder(directory, section, tolerance);
-  const std::vector<JsonValue> elements = json.Field("items").Elements();
+  const JsonElements elements = json.Field("items").Elements();
   Progress progress("files of section " + section.name, elements.size());
   for (const JsonValue& element : elements) {
     progress.Advance();

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
+#include "base/failure.h"
 #include "base/nearest.h"
 #include "base/terminal.h"
 #include "command/command_table.h"
@@ -175,7 +176,8 @@ int TellWrongCommandLine(const Parser& parser, const std::string& what) {
   const CLI::App* const command = NamedCommand(parser);
   const std::string advice =
       command == nullptr || command == parser.help ? "vok help" : "vok help " + command->get_name();
-  fmt::print(stderr, "vok: {}{} '{}' shows the usage\n", what, what.ends_with('?') ? "" : ";", advice);
+  const char* const mark = what.ends_with('?') ? "" : ";";
+  std::fputs(FailureLine(fmt::format("{}{} '{}' shows the usage", what, mark, advice)).c_str(), stderr);
   return kWrongCommandLine;
 }
 
