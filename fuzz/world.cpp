@@ -61,12 +61,12 @@ void CountingHooks::ReportError(std::uint16_t code) {
 }
 
 void CountingHooks::TakeStoreLock() {
-  transcript.See(held);
+  transcript.See(static_cast<std::uint64_t>(held));
   ++held;
 }
 
 void CountingHooks::TakeLock(std::uint32_t* lock) {
-  transcript.See(held);
+  transcript.See(static_cast<std::uint64_t>(held));
   Require(*lock == 0, "a lock is taken twice");
   *lock = 1;
   ++held;

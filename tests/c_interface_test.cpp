@@ -142,6 +142,7 @@ TEST_F(CInterfaceTest, ItemsComeAndGo) {
   EXPECT_EQ(vok_store_version(), 2);
   EXPECT_TRUE(Served().empty());
   const std::vector<vok_section> sections = All<vok_section>(vok_sections);
+  for (const vok_section& section : sections) EXPECT_EQ(section.read_only, section.name == std::string("PDAT"));
   const std::uint16_t type = sections.at(0).first_type;
 
   // Rewritten at changing lengths, an item fills its section with dead copies.

@@ -106,15 +106,25 @@ TEST_P(ChangeTest, TheAdviceAndTheFiguresFollowTheBytes) {
   EXPECT_EQ(info.used_bytes + info.largest_item + info.dead_bytes, 0u);
   EXPECT_EQ(GetBlockInfo(0, 2, &info), 109);
 
+  // Dead bytes right below and right at 99 percent of what a block takes.
   const std::uint32_t room = format().block_size - format().word - 32;
-  const std::uint32_t one_percent = (room + 99) / 100;
-  const std::uint32_t length = one_percent - format().slot_size() - format().word;
-  ASSERT_EQ(Write(5, 1, Payload(1, length / 4 * 4 - format().word % 4)), 0);
-  ASSERT_EQ(DeleteItem(0, 5, 1), 0);
+  std::uint32_t enough = (99 * room + 99) / 100;
+  while ((enough - 2 * format().slot_size()) % 4 != 0) ++enough;
   std::uint16_t block = 0;
+  for (const std::uint32_t dead : {enough - 4, enough}) {
+    SetUpFormatted({.blocks = 2});
+    ASSERT_EQ(Write(5, 1, Payload(1, dead - CostOf(0) - format().slot_size() - format().word)), 0);
+    ASSERT_EQ(Write(5, 2, {}), 0);
+    ASSERT_EQ(DeleteTypeRange(0, 5, 5), 0);
+    ASSERT_EQ(Block(1).dead_bytes, dead);
+    EXPECT_EQ(CheckReorgNeed(0, 98, &block, 0), dead == enough ? 123 : 0);
+    EXPECT_EQ(CheckReorgNeed(0, 99, &block, 0), 0);
+  }
   EXPECT_EQ(CheckReorgNeed(0, 101, &block, 0), 115);
-  const std::uint32_t percent = Block(1).dead_bytes * 100 / room;
-  EXPECT_EQ(CheckReorgNeed(0, 0, &block, 0), percent > 0 ? 123 : 0);
+  SetUpFormatted({.blocks = 2});
+  const std::uint32_t one_percent = (room + 99) / 100;
+  ASSERT_EQ(Write(5, 1, Payload(1, one_percent / 4 * 4)), 0);
+  ASSERT_EQ(DeleteItem(0, 5, 1), 0);
   ASSERT_EQ(Write(5, 2, Payload(1, 4)), 0);
   ASSERT_EQ(GetBlockInfo(0, 1, &info), 0);
   PartitionSpace space{};

@@ -82,7 +82,8 @@ TEST_P(ClientTest, ListsOfHandlesWithAndWithoutASet) {
   EXPECT_EQ(count, 1u);
   EXPECT_EQ(records[0].id, 0);
   EXPECT_EQ(records[0].length, 20u);
-  EXPECT_EQ(CloseHandles(records.data(), 1), 0);
+  records[1].handle = 0x00010009;
+  EXPECT_EQ(CloseHandles(records.data(), 1), 0) << "what follows the list is not looked at";
   ValueSetChunk* set = nullptr;
   ASSERT_EQ(GetItemIdSet(0, 5, &set), 0);
   std::uint16_t cursor = 1;
@@ -123,16 +124,34 @@ TEST_P(ClientTest, ClientsRegisterOnceAndPointersAreCounted) {
 
   for (int i = 0; i < 65535; ++i) ASSERT_EQ(GetItemPointer(0, 5, 1, &address, &length, 2), 0);
   EXPECT_EQ(GetItemPointer(0, 5, 1, &address, &length, 2), 137);
-  ItemPointer pointer{};
+  std::array<ItemPointer, 2> pointers{};  // the second one of no partition
   std::uint32_t count = 1;
-  EXPECT_EQ(GetItemPointers(0, 5, nullptr, nullptr, &pointer, &count, 2), 137);
+  EXPECT_EQ(GetItemPointers(0, 5, nullptr, nullptr, pointers.data(), &count, 2), 137);
   EXPECT_EQ(count, 0u);
   ASSERT_EQ(ReleasePointer(0, address, 2), 0);
   ASSERT_EQ(DeleteItemRange(0, 5, 0, 0), 0);
   ASSERT_EQ(DeleteItemRange(0, 5, 2, 2), 0);
   count = 1;
-  EXPECT_EQ(GetItemPointers(0, 5, nullptr, nullptr, &pointer, &count, 2), 0);
-  EXPECT_EQ(ReleasePointers(0, 5, &pointer, 1, 2), 0);
+  EXPECT_EQ(GetItemPointers(0, 5, nullptr, nullptr, pointers.data(), &count, 2), 0);
+  EXPECT_EQ(ReleasePointers(0, 5, pointers.data(), 1, 2), 0);
+}
+
+TEST_P(ClientTest, ReleasedPointersNoLongerCount) {
+  const std::uint16_t lock = Register(9);
+  ItemPointer pointer{};
+  std::uint32_t count = 1;
+  ASSERT_EQ(GetItemPointer(0, 5, 1, &pointer.address, &pointer.length, lock), 0);
+  ASSERT_EQ(ReleasePointer(0, pointer.address, lock), 0);
+  ASSERT_EQ(GetItemPointers(0, 5, nullptr, nullptr, &pointer, &count, lock), 120);
+  ASSERT_EQ(ReleasePointers(0, 5, &pointer, count, lock), 0);
+  EXPECT_EQ(ReleasePointer(0, pointer.address, lock), 0) << "none is out";
+  ASSERT_EQ(DeleteItem(0, 5, 2), 0);
+  std::uint16_t block = 0;
+  EXPECT_EQ(CheckReorgNeed(0, 0, &block, 0), 0);
+  EXPECT_EQ(block, 2) << "a client without pointers holds no block";
+  EXPECT_EQ(UnregisterClient(0, lock), 0);
+  EXPECT_EQ(GetItemPointer(0, 5, 1, nullptr, &pointer.length, lock), 115);
+  EXPECT_EQ(GetItemPointer(0, 5, 1, &pointer.address, nullptr, lock), 115);
 }
 
 TEST_P(ClientTest, PointersOutHoldAReorganisationUntilTheirOwnersAgree) {

@@ -1,6 +1,12 @@
 #include "support/store_fixture.h"
 
-namespace vok::test {
+namespace vok {
+
+/// A chip's lock sequences, which no operation of the store uses.
+std::uint16_t LockBlock(std::uint32_t address);
+std::uint16_t UnlockBlock(std::uint32_t address);
+
+namespace test {
 namespace {
 
 /// A chip that makes bulk programs step by step.
@@ -28,6 +34,17 @@ TEST_P(DeviceTest, TheStepwiseSequenceTakesWordsWhereItCan) {
   stepwise.fail_at = 1;
   EXPECT_EQ(stepwise.ProgramBytes(odd.data(), 0x100, 5), 1);
   EXPECT_EQ(stepwise.steps.size(), 2u) << "the steps after a failure are not made";
+}
+
+TEST_P(DeviceTest, LockSequencesAnswerByTheWordBehindTheFirst) {
+  SetUpErased();
+  for (const int status : {0xFFFF, 0x01FF, 0xFEFF, 0x0000}) {
+    const bool is_set = (status & 0x1FF) == 0x1FF;
+    Poke16(kBase + 4, static_cast<std::uint16_t>(status));
+    EXPECT_EQ(LockBlock(kBase + 3), is_set ? 8 : 9);
+    EXPECT_EQ(UnlockBlock(kBase + 3), is_set ? 9 : 8);
+    EXPECT_EQ(Flash(kBase, 4), (Bytes{0x00, 0xFF, 0xFF, 0xFF}));
+  }
 }
 
 TEST_P(DeviceTest, AFailedStepGivesItsCodeOnceAndStopsTheOperation) {
@@ -74,4 +91,5 @@ TEST_P(DeviceTest, PartitionsBeyondTheImageReadAsErasedAndTakeNoBytes) {
 }
 
 }  // namespace
-}  // namespace vok::test
+}  // namespace test
+}  // namespace vok

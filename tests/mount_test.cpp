@@ -51,6 +51,15 @@ TEST_P(MountTest, SetUpRefusesBadDescriptorsAndFreesWhatItMade) {
   EXPECT_EQ(SetUpPartitions(2, two.data()), 107);
 }
 
+TEST_P(MountTest, SetUpMakesTheLocksThatAreTaken) {
+  for (const std::uint8_t kind : Bytes{0, 1, 2}) {
+    for (const std::uint32_t arena : {0u, 64u}) {
+      SetUpErased({.blocks = 2, .kind = kind, .arena = arena});
+      EXPECT_EQ(hooks_.locks_alive, (kind != 1 ? 2 : 0) + (arena != 0 ? 1 : 0)) << int{kind} << '/' << arena;
+    }
+  }
+}
+
 TEST_P(MountTest, ModesAndGuardsAnswerInOrder) {
   EXPECT_EQ(MountPartition(0, 2), 138);
   std::array<PartitionDescriptor, 3> three = {Descriptor(2, 0), Descriptor(1, 1), Descriptor(9, 3)};
@@ -68,6 +77,7 @@ TEST_P(MountTest, ModesAndGuardsAnswerInOrder) {
   EXPECT_EQ(MountPartition(2, 2), 0) << "an unused partition has nothing to do";
   std::uint32_t length = 0;
   EXPECT_EQ(GetItemLength(2, 5, 1, &length), 119);
+  EXPECT_EQ(ReleasePointer(2, 0, 1), 117) << "it holds no address";
   EXPECT_EQ(TerminateStore(), 0);
   EXPECT_EQ(TerminateStore(), 138);
 }

@@ -125,6 +125,31 @@ TEST_P(RepairTest, NothingIsPlacedOverLiveItemsBelowATornLocation) {
   for (std::uint16_t id = 0; id < 3; ++id) EXPECT_EQ(Item(5, id), Item3(id));
 }
 
+/// A cancelled slot whose location could not be rebuilt names no record.
+TEST_P(RepairTest, ALocationWordOfZeroNamesNoRecord) {
+  const BlockRecord before = Block(block_);
+  Poke16(Slot(3), 6);
+  Poke16(Slot(3) + 2, 9);
+  PokeWord(Slot(3) + 4, 0);
+  ASSERT_EQ(Remount(1), 0);
+  const BlockRecord after = Block(block_);
+  EXPECT_EQ(after.top, before.top);
+  EXPECT_EQ(after.next_slot, Slot(4));
+  EXPECT_EQ(after.deleted_slots, 1u);
+  EXPECT_EQ(after.dead_bytes, 0u);
+}
+
+TEST_P(RepairTest, OverlappingDeadRecordsUseNoLessThanNothing) {
+  SetUpFormatted();
+  ASSERT_EQ(Write(5, 1, Payload(1, format().block_size / 2)), 0);
+  ASSERT_EQ(DeleteItem(0, 5, 1), 0);
+  for (std::uint32_t copy = 1; copy < 4; ++copy) Poke(Slot(copy), Flash(Slot(0), format().slot_size()));
+  ASSERT_EQ(Remount(1), 0);
+  BlockInfo info{};
+  ASSERT_EQ(GetBlockInfo(0, block_, &info), 0);
+  EXPECT_EQ(info.used_bytes, 0u);
+}
+
 TEST_P(RepairTest, AFreeBlockWithoutRoomIsNotOffered) {
   SetUpFormatted({.blocks = 4});
   Poke(SlotAddress(3, 0), Bytes(format().block_size - 32, 0));

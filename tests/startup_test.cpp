@@ -138,6 +138,55 @@ TEST_P(StartupTest, RecordsThatCannotBeServedArePassedOver) {
   EXPECT_EQ(GetPartitionRecord(0, &record), 138) << "one number twice: set-up meets an empty descriptor";
 }
 
+TEST_P(StartupTest, TheTagDecidesWhatASectionGetsBesideItsBlocks) {
+  struct Resources {
+    const char* tag;
+    std::uint32_t arena;
+    std::uint16_t handles;
+  };
+  for (const auto& [tag, arena, handles] :
+       {Resources{"CPGA", 22844, 2}, Resources{"CPLG", 22844, 2}, Resources{"TUNA", 592, 2}, Resources{"TUNE", 592, 2},
+        Resources{"PDAT", 460, 2}, Resources{"UCLA", 6388, 2}, Resources{"DSPP", 512, 50}, Resources{"ELSE", 0, 0}}) {
+    Load({Make(tag, 0, 1, 9)});
+    ASSERT_EQ(worker_.BuildDefaultVOKHeaders(), 0);
+    PartitionRecord record{};
+    ASSERT_EQ(GetPartitionRecord(0, &record), 0);
+    EXPECT_EQ(record.arena_size, arena) << tag;
+    EXPECT_EQ(record.handle_count, handles) << tag;
+  }
+}
+
+/// Before anything else was called: in a process of its own.
+TEST(ProcessTest, BeginsWithVersion1AndThePsdtAtItsDefaultPlace) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  const auto first_calls = [] {
+    VokWorker worker;
+    Bytes zeros(0x40000);
+    std::uint16_t version = 0;
+    worker.GetCodeplugVOKVersion(zeros.data(), 0x40000, 0, version);
+    std::unique_ptr<PSDT_HEADER_RECORD> header(worker.ReadPSDTHeaderRecord());
+    const bool no_psdt = header == nullptr && worker.ReadPSDTRecord().empty() && worker.BuildDefaultVOKHeaders() == 115;
+    const bool no_store = TerminateStore() == 138;
+    worker.EraseCodeplugVirtualMemory();
+    worker.ReadVitualMemory(0, 0x20000, zeros.data());
+    const bool erased =
+        std::count(zeros.begin(), zeros.begin() + 0x20000, 0) == 0x1001 && zeros[0xE000] == 0 && zeros[0xF000] == 0;
+    const Bytes pattern(0x20004, 1);
+    worker.GetCodeplugVOKVersion(pattern.data(), 0x20004, 0x40000, version);
+    PartitionDescriptor descriptor{};
+    descriptor.state = 1;
+    descriptor.block_count = 1;
+    descriptor.base = 0x40000;
+    descriptor.block_size = 0x10000;
+    descriptor.flags = 2;
+    const bool formatted = SetUpPartitions(1, &descriptor) == 0 && MountPartition(0, 0) == 0;
+    worker.ReadVitualMemory(0x40000, 0x60004, zeros.data());
+    const bool version_1 = zeros[7] == 1 && zeros[0xFFFF] == 0xFF && zeros[0x10000] == 1;
+    std::exit(no_psdt && no_store && erased && formatted && version_1 ? 0 : 1);
+  };
+  EXPECT_EXIT(first_calls(), testing::ExitedWithCode(0), "");
+}
+
 TEST_P(StartupTest, ReadOnlySectionsMountThroughTheirCheckRange) {
   Section section = Make("PDAT", 0, 1, 99);
   Load({section});

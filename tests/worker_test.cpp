@@ -97,19 +97,23 @@ TEST_F(WorkerTest, RecordCountsThatDoNotFitAreRefusedAndABadMagicStaysConverted)
 
 TEST_F(WorkerTest, ThePsdtIsConvertedOnceInPlace) {
   Bytes psdt = PsdtImage({{.tag = "CPGA", .start = 0x100000, .block_size = 0x20000, .blocks = 3}});
-  psdt[4] = 0;
-  psdt[5] = 9;           // the high half of the count word is not interpreted
-  psdt[96 + 92] = 0x12;  // last word of the record
-  psdt[96 + 93] = 0x34;
-  psdt[96 + 94] = 0x56;  // bytes that stay as they are
-  psdt[96 + 95] = 0x78;
+  psdt[5] = 9;  // the high half of the count word is not interpreted
+  for (std::size_t i = 8; i < psdt.size(); ++i)
+    if (i < 96 || i >= 136) psdt[i] = static_cast<std::uint8_t>(i);
   ASSERT_EQ(worker_.LoadPSDT(psdt.data(), static_cast<std::uint32_t>(psdt.size()), 0x201), 0);
-  EXPECT_EQ(Read(0x201, 0x205), (Bytes{'R', 'D', 'H', 'P'}));
-  EXPECT_EQ(Read(0x201 + 96 + 92, 0x201 + 192), (Bytes{0x34, 0x12, 0x56, 0x78}));
+  Bytes converted = psdt;
+  const auto turn = [&](std::size_t from, std::size_t end, std::size_t width) {
+    for (; from < end; from += width) std::reverse(&converted[from], &converted[from] + width);
+  };
+  turn(0, 36, 4);
+  turn(96, 96 + 36, 4);
+  turn(96 + 36, 96 + 94, 2);
+  EXPECT_EQ(Read(0x201, 0x201 + 192), converted);
 
   for (int times = 0; times < 2; ++times) {
     const std::unique_ptr<PSDT_HEADER_RECORD> header(worker_.ReadPSDTHeaderRecord());
     EXPECT_EQ(header->Words[1], 0x00090001u);
+    EXPECT_EQ(header->Words[8], 0x20212223u);
     const auto records = Records();
     ASSERT_EQ(records.size(), 1u);
     EXPECT_EQ(records[0]->Tag, 0x43504741u);
@@ -129,6 +133,9 @@ TEST_F(WorkerTest, ErasingTheCodeplugSparesThePsdtAndTheByteBehindIt) {
   EXPECT_EQ(Read(0x1000 - 1, 0x1000)[0], 0xFF);
   EXPECT_NE(Read(0x1000, 0x1001)[0], 0xFF);
   EXPECT_EQ(Read(0x1000 + 96, 0x1000 + 98), (Bytes{0x00, 0xFF}));
+  worker_.GetCodeplugVOKVersion(zeros.data(), 1, kFlashSize - 1, version);
+  ASSERT_EQ(worker_.EraseCodeplugVirtualMemory(), 0);
+  EXPECT_EQ(Read(kFlashSize - 1, kFlashSize)[0], 0xFF);
 
   ASSERT_EQ(worker_.LoadPSDT(psdt.data(), 96, kFlashSize - 96), 0);
   worker_.GetCodeplugVOKVersion(zeros.data(), 16, 0, version);

@@ -67,7 +67,7 @@ std::uint16_t VokWorker::EraseCodeplugVirtualMemory() {
   if (!IsRange(psdt.address, end)) return code::kInvalidParameter;
   vok::FillErased(0, psdt.address);
   // The byte that follows the PSDT stays, too.
-  if (end < vok::kFlashSize) vok::FillErased(end + 1, vok::kFlashSize - end - 1);
+  vok::FillErased(vok::FlashAddress{end} + 1, vok::kFlashSize);
   return code::kOk;
 }
 

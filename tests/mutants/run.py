@@ -21,16 +21,19 @@ HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parent.parent
 # Far above what the tests take: a mutant that needs more hangs.
 CPU_SECONDS = 240
-MEMORY_BYTES = 4 << 30
-# Target and arguments, the ones that notice most in the least time first: nothing is built that no mutant gets to.
+MEMORY_BYTES = 4 << 30  # of a program without sanitizers, which map far more
+# Build, target, program and arguments, the ones that notice most in the least time first: nothing is built that no
+# mutant gets to. What reads beyond its bounds shows under the sanitizers.
 SLOW = "*RandomTest*:*DamageTest*:*DamageCostTest*:*IndexTest*"
 GTEST = ["--gtest_fail_fast", "--gtest_brief=1"]
 TESTS = [
-    ("vok_tests", "tests/vok_tests", [*GTEST, "--gtest_filter=-" + SLOW]),
-    ("vok_tests", "tests/vok_tests", [*GTEST, "--gtest_filter=" + SLOW]),
-    ("vok_c_tests", "tests/vok_c_tests", GTEST),
-    ("vok_sweep_run", "vok_sweep", ["--fast", "--stride", "7", "--jobs", "1"]),
+    ("plain", "vok_tests", "tests/vok_tests", [*GTEST, "--gtest_filter=-" + SLOW]),
+    ("plain", "vok_tests", "tests/vok_tests", [*GTEST, "--gtest_filter=" + SLOW]),
+    ("plain", "vok_c_tests", "tests/vok_c_tests", GTEST),
+    ("sanitized", "vok_tests", "tests/vok_tests", GTEST),
+    ("plain", "vok_sweep_run", "vok_sweep", ["--fast", "--stride", "7", "--jobs", "1"]),
 ]
+BUILDS = {"plain": [], "sanitized": ["-DVOK_SANITIZE=address,undefined", "-DVOK_COUNT_READS=ON", "-DVOK_BUILD_SHARED=OFF"]}
 
 
 def files_to_copy():
@@ -38,10 +41,10 @@ def files_to_copy():
     return [ROOT / name for name in listed.stdout.split("\0") if name and (ROOT / name).is_file()]
 
 
-def run(command, **keywords):
+def run(command, memory=MEMORY_BYTES, **keywords):
     def limit():
         resource.setrlimit(resource.RLIMIT_CPU, (CPU_SECONDS, CPU_SECONDS))
-        resource.setrlimit(resource.RLIMIT_AS, (MEMORY_BYTES, MEMORY_BYTES))
+        resource.setrlimit(resource.RLIMIT_AS, (memory, memory))
     return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace",
                           preexec_fn=limit, check=False, **keywords)
 
@@ -50,8 +53,8 @@ class Workshop:
     """A copy of the sources with a build of its own, in which one mutant after the other is made."""
 
     def __init__(self, folder):
+        self.folder = folder
         self.sources = folder / "sources"
-        self.build_folder = folder / "build"
         self._copy_sources()
         self._configure()
 
@@ -64,23 +67,28 @@ class Workshop:
                 shutil.copy(path, target)
 
     def _configure(self):
-        command = ["cmake", "-G", "Ninja", "-S", str(self.sources), "-B", str(self.build_folder), "-DVOK_BUILD_TOOLS=OFF",
-                   "-DVOK_BUILD_TESTS=ON", "-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_CXX_FLAGS_RELEASE=-O1"]
-        result = run(command)
-        if result.returncode != 0 or self.noticed_by() is not None:
-            sys.exit("the tests do not pass before any change:\n" + result.stdout[-2000:])
+        for build, options in BUILDS.items():
+            command = ["cmake", "-G", "Ninja", "-S", str(self.sources), "-B", str(self.folder / build), "-DVOK_BUILD_TOOLS=OFF",
+                       "-DVOK_BUILD_TESTS=ON", "-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_CXX_FLAGS_RELEASE=-O1", *options]
+            result = run(command)
+            if result.returncode != 0:
+                sys.exit("cannot configure:\n" + result.stdout[-2000:])
+        noticed = self.noticed_by()
+        if noticed is not None:
+            sys.exit("the tests do not pass before any change: " + noticed)
 
-    def _builds(self, target):
-        command = ["cmake", "--build", str(self.build_folder), "-j", "1", "--target", target]
+    def _builds(self, build, target):
+        command = ["cmake", "--build", str(self.folder / build), "-j", "1", "--target", target]
         return run(command).returncode == 0
 
     def noticed_by(self):
         """What notices the mutant, "no build", or None."""
-        for target, program, arguments in TESTS:
-            if not self._builds(target):
+        for build, target, program, arguments in TESTS:
+            if not self._builds(build, target):
                 return "no build"
-            if run([str(self.build_folder / program), *arguments]).returncode != 0:
-                return target
+            memory = MEMORY_BYTES if build == "plain" else resource.RLIM_INFINITY
+            if run([str(self.folder / build / program), *arguments], memory).returncode != 0:
+                return f"{build} {target}"
         return None
 
     def try_out(self, mutant):
@@ -106,12 +114,14 @@ def all_mutations(only):
 
 
 def explanations():
+    """An explanation without "after" is one for every change of its line."""
     return json.loads((HERE / "explained.json").read_text())
 
 
 def explanation_of(mutant, known):
     for entry in known:
-        if entry["file"] == mutant.path and entry["before"] == mutant.before.strip() and entry["after"] == mutant.after.strip():
+        same_line = entry["file"] == mutant.path and entry["before"] == mutant.before.strip()
+        if same_line and entry.get("after", mutant.after.strip()) == mutant.after.strip():
             return entry["why"]
     return None
 

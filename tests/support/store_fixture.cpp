@@ -1,5 +1,6 @@
 #include "support/store_fixture.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -60,14 +61,17 @@ std::uint16_t RecordingDevice::EraseBlockDevice(std::uint32_t address) {
 
 void CountingHooks::ReportError(std::uint16_t code) { reports.push_back(code); }
 
-std::uint16_t CountingHooks::CreateLock(std::uint32_t*) {
-  if (create_lock_answer == 0) ++locks_alive;
-  return create_lock_answer;
+std::uint16_t CountingHooks::CreateLock(std::uint32_t* lock) {
+  if (create_lock_answer != 0) return create_lock_answer;
+  if (locks_alive++ == 0) locks_.clear();
+  locks_.push_back(lock);
+  return 0;
 }
 
 void CountingHooks::TakeLock(std::uint32_t* lock) {
   EXPECT_EQ(*lock, 0u) << "a lock is taken twice";
   *lock = 1;
+  lock_story += static_cast<char>('0' + (std::find(locks_.begin(), locks_.end(), lock) - locks_.begin()));
   ++locks_held;
   ++locks_taken;
 }

@@ -57,11 +57,11 @@ class RecordingDevice : public FlashDevice {
 class CountingHooks : public PlatformHooks {
  public:
   void ReportError(std::uint16_t code) override;
-  std::uint16_t CreateLock(std::uint32_t*) override;
+  std::uint16_t CreateLock(std::uint32_t* lock) override;
   void DeleteLock(std::uint32_t*) override { --locks_alive; }
   void TakeLock(std::uint32_t* lock) override;
   void GiveLock(std::uint32_t* lock) override;
-  void TakeStoreLock() override { ++locks_held, ++locks_taken; }
+  void TakeStoreLock() override { ++locks_held, ++locks_taken, lock_story += 'S'; }
   void GiveStoreLock() override { --locks_held; }
   std::uint16_t NotifyClient(std::uint8_t, std::uint32_t key, std::uint32_t, std::uint32_t, std::uint8_t flag) override;
   std::uint16_t CheckProgramOver(std::uint8_t, std::uint32_t, const std::uint8_t*, std::uint32_t) override;
@@ -70,6 +70,7 @@ class CountingHooks : public PlatformHooks {
 
   std::vector<std::uint16_t> reports;
   std::vector<std::string> notices;  ///< "KEY/FLAG" of each client notification
+  std::string lock_story;            ///< each lock taken: its number in the order of creation, S = the store's
   int locks_held = 0;
   int locks_taken = 0;
   int locks_alive = 0;
@@ -78,6 +79,9 @@ class CountingHooks : public PlatformHooks {
   std::uint16_t create_lock_answer = 0;
   std::uint16_t notify_answer = 0;
   std::uint16_t program_over_answer = 0;
+
+ private:
+  std::vector<std::uint32_t*> locks_;
 };
 
 /// How the fixture sets up its one partition.

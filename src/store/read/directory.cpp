@@ -48,7 +48,6 @@ u32 TypesIn(const u8* range) {
 
 /// Chains the range at @p offset behind the last one; the first range lies at the arena's base and needs no link.
 void LinkRange(PartitionRecord& partition, u32 offset) {
-  if (offset == 0) return;
   u8* last = partition.directory_arena;
   while (u8* next = NextRange(partition, last)) last = next;
   StoreTo(last + range_field::kNext, offset);

@@ -29,14 +29,13 @@ u16 WritePlaceholder(PartitionRecord& partition, BlockRecord& block) {
 }
 
 /// Asks whether the erased pattern may be programmed over the free area, chunk by chunk from the top down.
-/// @param refused  out
+/// @param refused  set where it may not
 /// @return 0; 128
 u16 AskProgramOver(const PartitionRecord& partition, const BlockRecord& block, bool& refused) {
   const HookArray<u8> erased = AllocateArray<u8>(kCheckChunk);
   if (erased == nullptr) return Fail(code::kOutOfRam);
   std::fill_n(erased.get(), kCheckChunk, kErasedByte);
 
-  refused = false;
   FlashAddress end = block.top - 4;
   while (!refused && end > block.next_slot) {
     const u32 length = static_cast<u32>(std::min<u64>(kCheckChunk, end - block.next_slot));
