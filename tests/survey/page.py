@@ -2,7 +2,9 @@
 
 from verdict import CLASSES
 
-BEGIN, END = "<!-- damage survey: begin -->\n", "<!-- damage survey: end -->\n"
+
+def _marks(part):
+    return f"<!-- damage {part}: begin -->\n", f"<!-- damage {part}: end -->\n"
 
 
 def _number(count):
@@ -23,9 +25,13 @@ def table(total):
     return "\n".join(lines) + "\n"
 
 
-def write(path, total, stride):
-    text = path.read_text()
-    before, rest = text.split(BEGIN)
-    after = rest.split(END)[1]
-    share = "" if stride == 1 else f", one case in {stride} tried"
-    path.write_text(before + BEGIN + summary(total) + share + ".\n\n" + table(total) + END + after)
+def _replace(text, part, new):
+    begin, end = _marks(part)
+    before, rest = text.split(begin)
+    return before + begin + new + end + rest.split(end)[1]
+
+
+def write(path, total, faults, stride):
+    share = "" if stride == 1 else f"; one case in {stride} tried"
+    text = _replace(path.read_text(), "summary", f"- {summary(total)}, {faults} faults{share}.\n")
+    path.write_text(_replace(text, "survey", table(total)))

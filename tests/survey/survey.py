@@ -69,7 +69,7 @@ def main():
             faults += found
     print("\n".join(faults + [page.summary(total)]))
     if arguments.page:
-        page.write(pathlib.Path(arguments.page), total, arguments.stride)
+        page.write(pathlib.Path(arguments.page), total, len(faults), arguments.stride)
     return 1 if faults else 0
 
 
