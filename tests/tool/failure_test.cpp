@@ -24,9 +24,8 @@ TEST_F(FailureTest, FileTooShortOrTooLong) {
   Bytes codeplug = Read(image_.codeplug);
   codeplug.resize(0x60000);
   Write("short.bin", codeplug);
-  ExpectFailure("list --psdt v1-psdt.bin --codeplug short.bin",
-                "short.bin holds 0x20000 to 0x80000, not the whole of section TUNA (0x60000 to 0xA0000)");
-  ExpectFailure("unpack out --psdt v1-psdt.bin --codeplug " + image_.codeplug + "@0x30000", "section CPGA");
+  ExpectFailure("read 100 0 --psdt v1-psdt.bin --codeplug short.bin@0x20000",
+                "section TUNA serves the type, and the file holds 0x20000 to 0x80000 of the flash, not the whole");
   Write("short.bin", Bytes(0xE100, 0xFF));
   ExpectFailure("info --image short.bin", "short.bin ends at 0xE100: no PSDT at 0xE000");
   Write("short.bin", {});
@@ -34,7 +33,7 @@ TEST_F(FailureTest, FileTooShortOrTooLong) {
   Bytes psdt = Read(image_.psdt);
   psdt.resize(300);
   Write("short.bin", psdt);
-  ExpectFailure("info --psdt short.bin --codeplug " + image_.codeplug, "too short for its records",
+  ExpectFailure("repair --psdt short.bin --codeplug " + image_.codeplug, "too short for its records",
                 "115: Invalid Parameter");
   Write("long.bin", Bytes(kFlashSize + 1, 0xFF));
   ExpectFailure("info --image long.bin", "long.bin is longer than the flash image");
@@ -42,9 +41,9 @@ TEST_F(FailureTest, FileTooShortOrTooLong) {
 
 TEST_F(FailureTest, PsdtWithoutMagic) {
   Overwrite(image_.psdt, 0, {'P', 'H', 'D', 'X'});
-  ExpectFailure("info " + image_.Pair(), "PSDT v1-psdt.bin at 0xE000 does not begin with the magic PHDR",
+  ExpectFailure("repair " + image_.Pair(), "PSDT v1-psdt.bin at 0xE000 does not begin with the magic PHDR",
                 "115: Invalid Parameter");
-  ExpectFailure("check " + Dump(image_), "PSDT dump.bin at 0xE000 does not begin with the magic",
+  ExpectFailure("delete 2 9 " + Dump(image_), "PSDT dump.bin at 0xE000 does not begin with the magic",
                 "115: Invalid Parameter");
 }
 
@@ -79,6 +78,8 @@ TEST_F(FailureTest, ItemWithADamagedRecord) {
 
 TEST_F(FailureTest, NothingToStartTheStoreWith) {
   Write("erased.bin", Bytes(0xA0000, 0xFF));
+  Write("no.psdt", Bytes(0x1000, 0xFF));
+  ExpectFailure("list --psdt no.psdt --codeplug erased.bin", "does not begin with the magic", "115: Invalid Parameter");
   ExpectFailure("list --psdt v1-psdt.bin --codeplug erased.bin", "no block of erased.bin carries a store version");
   Overwrite(image_.psdt, 288 + 68, {0, 1});
   EXPECT_EQ(RunLossy("list --json " + image_.Pair()).at("losses").size(), 3U) << "every section is told";

@@ -63,6 +63,24 @@ Json FindingOf(const Finding& finding) {
   return json;
 }
 
+/// What no block is to blame for.
+Json PsdtFindings(const Losses& losses) {
+  Json findings = Json::array();
+  const FindingKind& kind = KindOf(FindingCode::kPsdt);
+  for (const Loss& loss : losses) {
+    if (!loss.outside) continue;
+    Json& json = findings.emplace_back(Json{{"section", loss.section},
+                                            {"code", kind.code},
+                                            {"severity", NameOf(kind.severity)},
+                                            {"what", loss.why},
+                                            {"repair", "none"},
+                                            {"cost", kind.cost},
+                                            {"items", Json::array()}});
+    for (const ItemKey& item : loss.items) json["items"].push_back({{"type", item.type}, {"id", item.id}});
+  }
+  return findings;
+}
+
 Json SpaceOf(const SectionSpace& space) {
   if (!space.section->IsMounted()) return nullptr;
   return {{"free_now", space.space.free_now},
@@ -164,6 +182,7 @@ std::string ReportJson(u16 version, bool clean, std::span<const SectionReport> r
                                 {"code", report.code},
                                 {"findings", std::move(findings)}});
   }
+  json["psdt"] = PsdtFindings(losses);
   AddLosses(json, losses);
   return JsonText(json);
 }
@@ -180,8 +199,7 @@ std::string InfoJson(const LoadedImage& image, std::span<const u32> header_words
   for (const SectionSpace& space : spaces) json["sections"].push_back(InfoSection(space));
   json["passed_over"] = Json::array();
   for (const Section& section : passed_over)
-    json["passed_over"].push_back(
-        {{"record", section.record}, {"section", section.name}, {"why", ReasonOf(section.verdict)}});
+    json["passed_over"].push_back({{"record", section.record}, {"section", section.name}, {"why", ReasonOf(section)}});
   AddLosses(json, losses);
   return JsonText(json);
 }

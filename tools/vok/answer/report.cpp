@@ -61,4 +61,11 @@ void PrintReport(std::span<const SectionReport> reports) {
   PrintFindings(reports);
 }
 
+void PrintPsdtFindings(const Losses& losses) {
+  for (const Loss& loss : losses)
+    if (loss.outside)
+      Print(fmt::format("\n{}: section {}, {}: {}\n", KindOf(FindingCode::kPsdt).code, loss.section,
+                        CountText(loss.items.size(), "item"), loss.why));
+}
+
 }  // namespace vok::tool

@@ -4,6 +4,7 @@ namespace vok::tool {
 
 ChangedImage::ChangedImage(const ImageArguments& arguments, AcceptLoss accept) : image_(arguments) {
   RequireSetUp(image_.sections());
+  RequireApart(image_.sections());
   Remount();
   losses_ = image_.holdings().FindLosses(sections_);
   RequireNothingDropped(losses_, accept);

@@ -10,11 +10,15 @@
 
 namespace vok::tool {
 
-FreshImage::FreshImage(ImageBytes psdt, u16 version) : psdt_(std::move(psdt)), version_(version) { Format(); }
+FreshImage::FreshImage(ImageBytes psdt, u16 version, const FlashRange& codeplug)
+    : psdt_(std::move(psdt)), version_(version), codeplug_(codeplug) {
+  Format();
+}
 
 void FreshImage::Format() {
   TerminateStore();
   LoadPsdt(worker_, psdt_);
+  SetLoadedRanges({.file = codeplug_, .psdt = {}});
   worker_.SetBlockVOKVersion(0, version_);
   sections_ = SetUpSections();
   RequireSetUp(sections_);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "flash/image.h"
 #include "image/image_bytes.h"
 #include "section/sections.h"
 #include "vok/vok_worker.h"
@@ -11,8 +12,12 @@ namespace vok::tool {
 /// start-up mounts needs a spare. Its end ends the store.
 class FreshImage {
  public:
+  /// @param codeplug  sections that do not lie in it are left out
   /// @throws Failure for a PSDT that makes no sense or whose sections overlap
-  FreshImage(ImageBytes psdt, u16 version);
+  FreshImage(ImageBytes psdt, u16 version, const FlashRange& codeplug = {.start = 0, .end = kFlashSize});
+  ~FreshImage() { ForgetLoadedRanges(); }
+  FreshImage(const FreshImage&) = delete;
+  FreshImage& operator=(const FreshImage&) = delete;
 
   const SectionList& sections() const { return sections_; }
 
@@ -34,6 +39,7 @@ class FreshImage {
   VokWorker worker_;
   ImageBytes psdt_;
   u16 version_;
+  FlashRange codeplug_;
   SectionList sections_;
 };
 

@@ -23,7 +23,7 @@ void Add(ImageItems& items, const std::string& section, u16 type, u16 id, const 
 
 ImageContents ContentsOfDirectory(const std::string& directory) {
   const Manifest manifest(directory);
-  const FreshImage image(manifest.ReadPsdt(), manifest.version());
+  const FreshImage image(manifest.ReadPsdt(), manifest.version(), manifest.codeplug());
   ImageContents contents{.items = {}, .losses = manifest.ReadLosses()};
   for (const PackedSection& section : manifest.ReadItems(image.sections(), {.edits = true, .missing = true}))
     for (const PackedItem& item : section.items) Add(contents.items, section.name, item.type, item.id, item.bytes);
@@ -35,7 +35,7 @@ ImageContents ContentsOfDirectory(const std::string& directory) {
 bool ImageContents::HasLost(const ItemName& name) const {
   return std::ranges::any_of(losses, [&name](const Loss& loss) {
     const ItemKey item{.type = name.type, .id = name.id};
-    return loss.section == name.section && std::ranges::find(loss.items, item) != loss.items.end();
+    return loss.section == name.section && (loss.absent || std::ranges::find(loss.items, item) != loss.items.end());
   });
 }
 

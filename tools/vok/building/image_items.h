@@ -34,7 +34,7 @@ struct ImageContents {
   ImageItems items;
   Losses losses;
 
-  /// Whether it holds an item of that name that it does not serve.
+  /// Whether it holds, or may hold, an item of that name that it does not serve.
   bool HasLost(const ItemName& name) const;
 };
 

@@ -15,8 +15,9 @@ std::string DropText(const Losses& losses) {
   std::string text;
   for (const Loss& loss : losses)
     if (loss.dropped)
-      text += fmt::format("{}section {} block {} loses {}", text.empty() ? "" : ", ", loss.section,
-                          loss.block.value_or(0), CountText(loss.items.size(), "item"));
+      text +=
+          fmt::format("{}section {}{} loses {}", text.empty() ? "" : ", ", loss.section,
+                      loss.block ? fmt::format(" block {}", *loss.block) : "", CountText(loss.items.size(), "item"));
   return text;
 }
 

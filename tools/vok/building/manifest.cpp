@@ -2,6 +2,7 @@
 
 #include <fmt/core.h>
 
+#include <filesystem>
 #include <set>
 
 #include "base/failure.h"
@@ -62,13 +63,20 @@ Losses Manifest::ReadLosses() const {
   return losses;
 }
 
+/// Whether the folder tells of the section, or has files for it.
+bool Manifest::Names(const Section& section) const {
+  for (const JsonValue& json : root_.Field("sections").Elements())
+    if (json.Field("section").Text() == section.name) return true;
+  return std::filesystem::exists(directory_ + '/' + section.name);
+}
+
+/// A folder of an image that had not all of them has the others alone.
 void Manifest::RequireCodeplugHolds(const SectionList& sections) const {
-  for (const Section& section : sections.accepted)
-    if (section.entry.start < codeplug_start_ || section.end() > codeplug_end_)
+  for (const Section& section : sections.passed_over)
+    if (section.presence == Presence::kOutsideFile && Names(section))
       root_.Field("codeplug")
-          .Refuse(fmt::format("{} to {} does not hold the whole of section {} ({} to {})", HexAddress(codeplug_start_),
-                              HexAddress(codeplug_end_), section.name, HexAddress(section.entry.start),
-                              HexAddress(section.end())));
+          .Refuse(fmt::format("{} does not hold the whole of section {} ({})", TextOf(codeplug()), section.name,
+                              TextOf(section.range())));
 }
 
 }  // namespace vok::tool

@@ -56,6 +56,7 @@ class Manifest {
   u16 version() const { return version_; }
   /// Reads the PSDT. @throws Failure
   ImageBytes ReadPsdt() const;
+  FlashRange codeplug() const { return {.start = codeplug_start_, .end = codeplug_end_}; }
   u64 codeplug_start() const { return codeplug_start_; }
   u64 codeplug_end() const { return codeplug_end_; }
 
@@ -67,6 +68,7 @@ class Manifest {
   std::vector<PackedSection> ReadItems(const SectionList& sections, Tolerance tolerance) const;
 
  private:
+  bool Names(const Section& section) const;
   void RequireCodeplugHolds(const SectionList& sections) const;
 
   std::string directory_;

@@ -2,6 +2,8 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
+
 #include "base/failure.h"
 #include "base/terminal.h"
 #include "building/rebuild.h"
@@ -12,15 +14,34 @@
 namespace vok::tool {
 
 ReadImage::ReadImage(const ImageArguments& arguments, Look look)
-    : image_(arguments), sections_(image_.sections()), is_rebuilt_(arguments.rebuilt) {
-  if (is_rebuilt_) RebuildInMemory();
+    : image_(arguments, Care::kLoose), sections_(image_.sections()), is_rebuilt_(arguments.rebuilt) {
+  Losses mended;
+  if (is_rebuilt_) {
+    mended = image_.MendPsdt();
+    sections_ = image_.sections();
+    RebuildInMemory();
+  }
   std::vector<KeptFlash> kept;
   if (look == Look::kAsItLies)
     for (const Section& section : sections_.accepted) kept.emplace_back(section);
   Mount();
+  std::ranges::copy(mended, std::back_inserter(losses_));
+  std::ranges::copy(image_.troubles(), std::back_inserter(losses_));
+  if (losses_.empty()) RequireSetUp(sections_);
   if (look == Look::kServed) return;
   for (const KeptFlash& bytes : kept) bytes.Restore();
   sections_ = SetUpSections();
+}
+
+void ReadImage::ShowAllBlocks() {
+  image_.MendPsdt();
+  sections_ = image_.sections();
+  RequireSetUp(sections_);
+}
+
+bool ReadImage::HasPartition(const Section& section) const {
+  return served_.setup_code == code::kOk &&
+         std::ranges::find(served_.accepted, section.name, &Section::name) != served_.accepted.end();
 }
 
 void ReadImage::RebuildInMemory() {
@@ -42,7 +63,7 @@ void ReadImage::Mount() {
   losses_ = image_.holdings().FindLosses(sections_);
   // A rebuild has chosen between the copies of an item.
   if (is_rebuilt_) losses_ = WithoutHidden(losses_);
-  if (losses_.empty()) RequireSetUp(sections_);
+  served_ = sections_;
 }
 
 }  // namespace vok::tool

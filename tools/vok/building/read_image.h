@@ -12,17 +12,24 @@ enum class Look : u8 {
 };
 
 /// An image that a command reads, and what of it the store does not serve. Where that is asked for, the sections are
-/// rebuilt in memory first; one that cannot be stays as it is.
+/// rebuilt in memory first, those that the PSDT is wrong about at the places that their blocks tell; one that cannot be
+/// rebuilt stays as it is.
 class ReadImage {
  public:
   /// @throws Failure also when nothing can be set up and nothing is known to be lost by that
   explicit ReadImage(const ImageArguments& arguments, Look look = Look::kServed);
+
+  /// From here on the sections are all that blocks were found of, whether or not start-up would make partitions of
+  /// them. Of an image looked at as it lies. @throws Failure when there are none
+  void ShowAllBlocks();
 
   const LoadedImage& loaded() const { return image_; }
   u16 version() const { return image_.version(); }
   const SectionList& sections() const { return sections_; }
   const Losses& losses() const { return losses_; }
   bool is_rebuilt() const { return is_rebuilt_; }
+  /// Whether the PSDT that was given makes a partition of a section of that name.
+  bool HasPartition(const Section& section) const;
 
  private:
   void RebuildInMemory();
@@ -30,6 +37,7 @@ class ReadImage {
 
   LoadedImage image_;
   SectionList sections_;
+  SectionList served_;  ///< as the PSDT that was given makes them
   bool is_rebuilt_;
   Losses losses_;
 };

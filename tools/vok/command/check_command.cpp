@@ -1,5 +1,7 @@
 #include <fmt/core.h>
 
+#include <algorithm>
+
 #include "answer/json.h"
 #include "answer/report.h"
 #include "base/failure.h"
@@ -32,20 +34,25 @@ void TakeCheck(Arguments& arguments, Options&) {
 }
 
 int RunCheck(const Options& options) {
-  const ReadImage image(options.image, Look::kAsItLies);
-  RequireSetUp(image.sections());
+  ReadImage image(options.image, Look::kAsItLies);
+  image.ShowAllBlocks();
   std::vector<SectionReport> reports = InspectSections(image.sections());
   const SectionList mounted = CheckMountSections();
   for (std::size_t i = 0; i < reports.size(); ++i) {
     reports[i].code = mounted.accepted[i].mount_code;
+    if (!image.HasPartition(mounted.accepted[i])) {
+      reports[i].code = code::kUninitialized;
+      continue;
+    }
     if (reports[i].code == code::kOk) CompareFigures(mounted.accepted[i], reports[i].findings);
     ForeseeRepair(reports[i]);
   }
-  const bool clean = IsClean(reports);
+  const bool clean = IsClean(reports) && std::ranges::none_of(image.losses(), &Loss::outside);
   if (options.json) {
     Print(ReportJson(image.version(), clean, reports, image.losses()));
   } else {
     PrintReport(reports);
+    PrintPsdtFindings(image.losses());
     Print(clean ? "\nclean\n" : "\nnot clean\n");
   }
   return Conclude(image.losses()) == kDone && clean ? kDone : kFailed;

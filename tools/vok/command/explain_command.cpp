@@ -41,7 +41,7 @@ void ExplainOutside(const LoadedImage& image, Explanation& explanation) {
   explanation.place = passed != nullptr ? "section passed over" : "outside sections";
   explanation.title = passed != nullptr ? fmt::format("a byte of section {}, which start-up passes over", passed->name)
                                         : "a byte outside the PSDT and every section";
-  explanation.next = passed != nullptr ? ReasonOf(passed->verdict) : "nothing: the store does not look there";
+  explanation.next = passed != nullptr ? ReasonOf(*passed) : "nothing: the store does not look there";
 }
 
 /// @throws Failure when no file has a byte for the address
@@ -59,7 +59,6 @@ Explanation Explain(const LoadedImage& image, u64 address, bool is_dump) {
                               AddressRange(psdt.address, psdt.end()), AddressRange(contents.start, contents.end)));
   explanation.byte = *VirtualMemoryAddress(address);
   if (const Section* section = SectionAt(image.sections().accepted, address)) {
-    RequireSetUp(image.sections());
     ExplainInSection(ViewSection(*section), explanation);
   } else {
     ExplainOutside(image, explanation);
@@ -95,7 +94,9 @@ void TakeExplain(Arguments& arguments, Options& options) {
 }
 
 int RunExplain(const Options& options) {
-  const ReadImage image(options.image, Look::kAsItLies);
+  ReadImage image(options.image, Look::kAsItLies);
+  const ImageBytes& psdt = image.loaded().psdt();
+  if (!psdt.Covers(options.address, options.address + 1)) image.ShowAllBlocks();
   const Explanation explanation = Explain(image.loaded(), options.address, options.image.IsDump());
   const Losses losses = LossesAt(image.losses(), explanation);
   if (options.json) {

@@ -22,7 +22,6 @@ namespace {
 
 /// Every section, also in what no mount comes to: an item of the type may lie where no route leads.
 ImageView ViewSections(const LoadedImage& image, u16 type, const std::string& what) {
-  RequireSetUp(image.sections());
   if (!IsItemType(type)) throw Failure(what + ": types are 1 to 65533");
   ImageView view{.version = image.version(), .sections = {}};
   for (const Section& section : image.sections().accepted)
@@ -85,7 +84,8 @@ void TakeHistory(Arguments& arguments, Options& options) {
 }
 
 int RunHistory(const Options& options) {
-  const ReadImage image(options.image, Look::kAsItLies);
+  ReadImage image(options.image, Look::kAsItLies);
+  image.ShowAllBlocks();
   const std::string what = fmt::format("item type {} ID {}", options.type, options.id);
   const ImageView view = ViewSections(image.loaded(), options.type, "no " + what);
   const std::vector<ItemCopy> copies = FindCopies(view, options.type, options.id);

@@ -123,8 +123,7 @@ void PrintBlocks(const std::vector<SectionSpace>& spaces) {
 
 void PrintPassedOver(const SectionList& sections) {
   for (const Section& section : sections.passed_over)
-    Print(
-        fmt::format("\nrecord {} ({}) is passed over: {}\n", section.record, section.name, ReasonOf(section.verdict)));
+    Print(fmt::format("\nrecord {} ({}) is passed over: {}\n", section.record, section.name, ReasonOf(section)));
   if (sections.setup_code != code::kOk)
     Print(fmt::format("\nthe partitions cannot be set up: {}\n", ErrorText(sections.setup_code)));
 }

@@ -34,7 +34,8 @@ void TakeMap(Arguments& arguments, Options& options) {
 }
 
 int RunMap(const Options& options) {
-  const ReadImage image(options.image, Look::kAsItLies);
+  ReadImage image(options.image, Look::kAsItLies);
+  image.ShowAllBlocks();
   const ImageView view = ViewImage(image);
   const std::string name = std::filesystem::path(image.loaded().changed_path()).filename().string();
   if (!options.svg.empty()) Deliver(options, options.svg, MapSvg(view, name));

@@ -126,7 +126,7 @@ int RunPack(const Options& options) {
   if (options.onto.empty()) RequirePlaceFor(options.output, ExistingFor(options));
   const Manifest manifest(options.directory);
   const ImageBytes psdt = manifest.ReadPsdt();
-  FreshImage image(psdt, manifest.version());
+  FreshImage image(psdt, manifest.version(), manifest.codeplug());
   const std::vector<PackedSection> sections =
       manifest.ReadItems(image.sections(), {.edits = !options.verify, .missing = options.remove});
   FillImage(image, sections);

@@ -23,9 +23,12 @@ std::string WriteRebuilt(const LoadedImage& image, const Claim& claim) {
   return "wrote " + claim.path() + (kept.empty() ? "" : ", kept " + kept);
 }
 
-/// What of the rebuilt sections is lost now; which of several copies was taken is told anyway.
+/// What of the rebuilt sections is lost now, and what lies outside of all; which of several copies was taken is told
+/// anyway.
 Losses LossesAfter(const LoadedImage& image, const std::vector<RebuiltSection>& sections) {
-  Losses losses;
+  Losses losses = image.holdings().FindStrayLosses();
+  for (const Section& passed : image.sections().passed_over)
+    std::ranges::move(image.holdings().FindLosses(passed), std::back_inserter(losses));
   for (const RebuiltSection& rebuilt : sections) {
     Section mounted = *rebuilt.section;
     mounted.mount_code = code::kOk;

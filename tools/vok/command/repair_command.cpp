@@ -1,5 +1,7 @@
 #include <fmt/core.h>
 
+#include <algorithm>
+
 #include "answer/json.h"
 #include "answer/report.h"
 #include "base/terminal.h"
@@ -53,6 +55,7 @@ int RunRepair(const Options& options) {
   const Claim claim(options.image, DestinationOf(options));
   const LoadedImage image(options.image);
   RequireSetUp(image.sections());
+  RequireApart(image.sections());
   std::vector<SectionReport> reports = InspectSections(image.sections());
   const SectionList mounted = MountSections(MountPurpose::kRepair);
   const Losses losses = image.holdings().FindLosses(mounted);
@@ -64,7 +67,7 @@ int RunRepair(const Options& options) {
   const SectionList checked = CheckMountSections();
   for (std::size_t i = 0; i < left.size(); ++i) left[i].code = checked.accepted[i].mount_code;
 
-  const bool clean = IsClean(left);
+  const bool clean = IsClean(left) && std::ranges::none_of(losses, &Loss::outside);
   const std::string what =
       WriteRepaired(image, claim, losses) + (clean ? "clean now" : "a check still finds something");
   if (options.json) {

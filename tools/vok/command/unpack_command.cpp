@@ -59,7 +59,7 @@ int RunUnpack(const Options& options) {
     unpacked.push_back(UnpackSection(section, directory));
     count += unpacked.back().items.size();
   }
-  directory.Write(kPsdtFileName, image.loaded().psdt().bytes);
+  directory.Write(kPsdtFileName, image.loaded().psdt_in_force());
   directory.Write(kManifestFileName, AsBytes(ManifestJson(image.loaded(), unpacked, image.losses())));
   directory.Publish(earlier);
   Print(fmt::format("{} items of {} sections in {}\n", count, unpacked.size(), options.directory));

@@ -7,7 +7,9 @@
 #include "base/failure.h"
 #include "base/terminal.h"
 #include "flash/image.h"
+#include "image/placing.h"
 #include "image/store_version.h"
+#include "section/mended_psdt.h"
 #include "section/psdt_bytes.h"
 
 namespace vok::tool {
@@ -46,17 +48,76 @@ u64 PsdtAddressIn(const ImageBytes& dump) {
 
 }  // namespace
 
-LoadedImage::LoadedImage(const ImageArguments& arguments) : is_dump_(arguments.IsDump()) {
+LoadedImage::LoadedImage(const ImageArguments& arguments, Care care) : care_(care), is_dump_(arguments.IsDump()) {
   if (is_dump_) {
     LoadDump(arguments);
   } else {
     LoadPair(arguments);
   }
   SettleVersion(arguments.store_version);
+  SetUp();
+  if (care_ == Care::kStrict) RequirePsdtApart();
+  const std::string overlap = FindOverlap(sections_);
+  if (!overlap.empty()) AddTrouble(overlap);
+}
+
+LoadedImage::~LoadedImage() { ForgetLoadedRanges(); }
+
+void LoadedImage::SetUp() {
+  worker_.SetBlockVOKVersion(static_cast<u32>(contents_.address), version_);
   LoadContents();
+  const bool is_mended = !mended_.empty();
+  SetLoadedRanges({.file = {.start = contents_.address, .end = is_mended ? u64{kFlashSize} : contents_.end()},
+                   .psdt = {.start = psdt_.address, .end = psdt_.address + PsdtLength()}});
   sections_ = SetUpSections();
-  RequireWholeSections();
   holdings_ = ImageHoldings(sections_);
+}
+
+Losses LoadedImage::MendPsdt() {
+  Losses changes;
+  if (sections_.setup_code == code::kOk && troubles_.empty() && !holdings_.HasItemsOutside(sections_)) return changes;
+  for (const Section& section : sections_.passed_over)
+    if (section.presence == Presence::kOutsideFile) changes.push_back(AbsenceOf(section));
+  std::vector<psdt::Record> records;
+  for (const MendedRecord& mended : MendRecords()) {
+    records.push_back(mended.record);
+    if (!mended.change.empty())
+      changes.push_back({.section = NameOfTag(mended.record.tag),
+                         .block = {},
+                         .items = {},
+                         .why = "the PSDT is wrong; shown as its blocks say: " + mended.change,
+                         .remedy = "none: vok unpack --rebuilt DIR writes such a PSDT, which a person must look at",
+                         .outside = true});
+  }
+  if (records.empty()) return changes;
+  mended_ = PsdtBytes(records, 0);
+  LoadPsdt(worker_, {.path = psdt_.path, .bytes = mended_, .address = psdt_.address});
+  SetUp();
+  return changes;
+}
+
+/// A wrong magic or count keeps a command that only looks from nothing: the records may be right all the same.
+void LoadedImage::LoadGivenPsdt() {
+  try {
+    LoadPsdt(worker_, psdt_);
+  } catch (const Failure& failure) {
+    if (care_ == Care::kStrict || !InFlash(psdt_.address, psdt_.bytes.size()) ||
+        MostFrequent(CountVersionsAnywhere(contents_)) == 0)
+      throw;
+    ImageBytes loadable = psdt_;
+    loadable.bytes = AsPsdt(psdt_.bytes);
+    LoadPsdt(worker_, loadable);
+    AddTrouble(failure.what());
+  }
+}
+
+void LoadedImage::AddTrouble(const std::string& why) {
+  troubles_.push_back({.section = "PSDT",
+                       .block = {},
+                       .items = {},
+                       .why = why,
+                       .remedy = "none: vok unpack --rebuilt DIR writes another PSDT, which a person must look at",
+                       .outside = true});
 }
 
 void LoadedImage::LoadDump(const ImageArguments& arguments) {
@@ -72,7 +133,7 @@ void LoadedImage::LoadDump(const ImageArguments& arguments) {
                               HexAddress(psdt_.address)));
   const auto first = contents_.bytes.begin() + static_cast<std::ptrdiff_t>(psdt_.address);
   psdt_.bytes.assign(first, first + kPsdtLengthInDump);
-  LoadPsdt(worker_, psdt_);
+  LoadGivenPsdt();
 }
 
 void LoadedImage::LoadPair(const ImageArguments& arguments) {
@@ -80,11 +141,11 @@ void LoadedImage::LoadPair(const ImageArguments& arguments) {
            .bytes = ReadFile(arguments.psdt.path),
            .address = arguments.psdt.address.value_or(ImageArguments::kDefaultPsdtAddress)};
   contents_ = {.path = arguments.codeplug.path, .bytes = ReadFile(arguments.codeplug.path)};
-  LoadPsdt(worker_, psdt_);
+  LoadGivenPsdt();
   if (arguments.codeplug.address) {
     contents_.address = *arguments.codeplug.address;
   } else {
-    PlaceCodeplug(contents_, arguments.store_version);
+    PlaceCodeplug(contents_, arguments.store_version, {.start = psdt_.address, .end = psdt_.end()});
   }
   RequireInFlash(contents_, "codeplug");
   RequireApart(psdt_.address, psdt_.end(), "codeplug " + contents_.path, contents_.address, contents_.end());
@@ -93,6 +154,7 @@ void LoadedImage::LoadPair(const ImageArguments& arguments) {
 u32 PsdtLength() { return psdt::kRecordSize * (psdt::RecordCount() + 1U); }
 
 void LoadPsdt(VokWorker& worker, const ImageBytes& psdt) {
+  ForgetLoadedRanges();
   RequireInFlash(psdt, "PSDT");
   const u16 code =
       worker.LoadPSDT(psdt.bytes.data(), static_cast<u32>(psdt.bytes.size()), static_cast<u32>(psdt.address));
@@ -112,7 +174,6 @@ void LoadedImage::SettleVersion(u16 wanted) {
   Say(fmt::format("blocks with store version 1: {}, 2: {}, 3: {}; using {}", count[1], count[2], count[3], version_));
   if (version_ == 0)
     throw Failure(fmt::format("no block of {} carries a store version (--store-version names one)", contents_.path));
-  worker_.SetBlockVOKVersion(static_cast<u32>(contents_.address), version_);
 }
 
 void LoadedImage::LoadContents() {
@@ -124,26 +185,22 @@ void LoadedImage::LoadContents() {
   });
 }
 
-void LoadedImage::RequireWholeSections() const {
-  for (const Section& section : sections_.accepted) {
-    RequireApart(psdt_.address, psdt_.address + PsdtLength(), "section " + section.name, section.entry.start,
-                 section.end());
-    if (contents_.Covers(section.entry.start, section.end())) continue;
-    throw Failure(fmt::format("{} holds {} to {}, not the whole of section {} ({} to {})", contents_.path,
-                              HexAddress(contents_.address), HexAddress(contents_.end()), section.name,
-                              HexAddress(section.entry.start), HexAddress(section.end())));
-  }
+void LoadedImage::RequirePsdtApart() const {
+  for (const Section& section : sections_.passed_over)
+    if (section.presence == Presence::kOverPsdt)
+      RequireApart(psdt_.address, psdt_.address + PsdtLength(), "section " + section.name, section.entry.start,
+                   section.end());
 }
 
 u32 LoadedImage::codeplug_start() const {
-  if (!is_dump_) return static_cast<u32>(contents_.address);
+  if (!is_dump_ || sections_.accepted.empty()) return static_cast<u32>(contents_.address);
   u32 start = kFlashSize;
   for (const Section& section : sections_.accepted) start = std::min(start, section.entry.start);
   return start;
 }
 
 u32 LoadedImage::codeplug_end() const {
-  u64 end = is_dump_ ? codeplug_start() : contents_.end();
+  u64 end = is_dump_ && !sections_.accepted.empty() ? codeplug_start() : contents_.end();
   for (const Section& section : sections_.accepted) end = std::max(end, section.end());
   return static_cast<u32>(end);
 }

@@ -16,6 +16,12 @@ inline constexpr u32 kPsdtLengthInDump = 0x1000;
 /// @throws Failure for a PSDT that makes no sense
 void LoadPsdt(VokWorker& worker, const ImageBytes& psdt);
 
+/// What to do about an image that is not as start-up wants it: a PSDT that makes no sense, a section over it.
+enum class Care : u8 {
+  kStrict,  ///< a command that changes it refuses
+  kLoose,   ///< a command that looks at it shows what there is and tells the rest
+};
+
 /// The bytes of the loaded PSDT's header and records; whatever follows them is none of the PSDT's.
 u32 PsdtLength();
 
@@ -23,13 +29,24 @@ u32 PsdtLength();
 /// set up, but not mounted. Its end ends the store.
 class LoadedImage {
  public:
-  /// @throws Failure for a file that cannot be read, is too short for its sections or makes no sense
-  explicit LoadedImage(const ImageArguments& arguments);
+  /// @throws Failure for a file that cannot be read or makes no sense
+  explicit LoadedImage(const ImageArguments& arguments, Care care = Care::kStrict);
+  ~LoadedImage();
+  LoadedImage(const LoadedImage&) = delete;
+  LoadedImage& operator=(const LoadedImage&) = delete;
+
+  /// Puts another PSDT in force under which all blocks that were found have their sections, if the one that was given
+  /// leaves some out. @return what it says otherwise
+  Losses MendPsdt();
 
   /// The sections; nothing is mounted.
   const SectionList& sections() const { return sections_; }
   u16 version() const { return version_; }
   const ImageBytes& psdt() const { return psdt_; }
+  /// The bytes of the PSDT in force.
+  const Bytes& psdt_in_force() const { return mended_.empty() ? psdt_.bytes : mended_; }
+  /// What is wrong with the PSDT as a whole.
+  const Losses& troubles() const { return troubles_; }
   /// What lay in the sections when the image was loaded.
   const ImageHoldings& holdings() const { return holdings_; }
 
@@ -50,13 +67,19 @@ class LoadedImage {
  private:
   void LoadPair(const ImageArguments& arguments);
   void LoadDump(const ImageArguments& arguments);
+  void LoadGivenPsdt();
   void SettleVersion(u16 wanted);
   void LoadContents();
-  void RequireWholeSections() const;
+  void SetUp();
+  void RequirePsdtApart() const;
+  void AddTrouble(const std::string& why);
 
   VokWorker worker_;
+  Care care_;
   bool is_dump_;
   ImageBytes psdt_;
+  Bytes mended_;  ///< in force instead, if any
+  Losses troubles_;
   ImageBytes contents_;  ///< the dump or the codeplug
   u16 version_ = 0;
   SectionList sections_;

@@ -29,6 +29,7 @@ constexpr FindingKind kKinds[] = {
     {"damage.slots-behind-gap", Severity::kError, "the items behind the gap"},
     {"damage.figures", Severity::kError, kNoRepair},
     {"note.wear", Severity::kNote, kNothing},
+    {"damage.psdt", Severity::kError, kNoRepair},
 };
 
 }  // namespace

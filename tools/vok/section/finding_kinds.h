@@ -35,6 +35,7 @@ enum class FindingCode : u8 {
   kSlotsBehindGap,
   kFigures,
   kWear,
+  kPsdt,
 };
 
 struct FindingKind {

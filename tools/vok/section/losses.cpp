@@ -157,22 +157,20 @@ class SectionLosses {
 };
 
 void SectionLosses::LoseAll() {
-  Loss loss{.section = section_.name, .block = {}, .items = {}, .why = {}, .remedy = {}};
+  Loss loss = AbsenceOf(section_);
   ForEachName(held_.holdings.copies, [&](CopyGroup copies) {
     if (!IsRenamed(copies.front().name) &&
         std::ranges::any_of(copies, [this](const ValidCopy& copy) { return MayCount(copy); }))
       loss.items.push_back(copies.front().name);
   });
-  if (loss.items.empty() && !section_.IsAccepted()) return;
-  loss.why = section_.IsAccepted() ? "the section does not mount: " + ErrorText(section_.mount_code)
-                                   : "start-up passes the section over: " + vok::tool::ReasonOf(section_.verdict);
-  loss.remedy = RemedyOfAll();
+  if (loss.items.empty() && !section_.IsAccepted() && !loss.absent) return;
+  if (section_.IsAccepted()) loss.why = "the section does not mount: " + ErrorText(section_.mount_code);
+  if (!loss.items.empty() || !loss.absent) loss.remedy = RemedyOfAll();
   losses_.push_back(std::move(loss));
 }
 
 std::string SectionLosses::RemedyOfAll() const {
-  if (!section_.IsAccepted() || section_.mount_code == code::kUninitialized)
-    return fmt::format("none: record {} of the PSDT, or another, is wrong", section_.record);
+  if (!section_.IsAccepted() || section_.mount_code == code::kUninitialized) return kRemedyOfPsdt;
   const auto& copies = held_.holdings.copies;
   const bool repair_helps =
       section_.mount_code == code::kNeedsRepair && !section_.IsReadOnly() &&
@@ -265,11 +263,12 @@ void SectionLosses::LoseUnnamed() {
                        .remedy = "none: vok check tells where they lie, vok explain ADDRESS shows them"});
 }
 
-ImageHoldings::ImageHoldings(const SectionList& sections) {
+ImageHoldings::ImageHoldings(const SectionList& sections) : strays_(HoldStrayBlocks(sections)) {
   for (const std::vector<Section>* const list : {&sections.accepted, &sections.passed_over})
     for (const Section& section : *list) {
       const SectionBlocks blocks(section);
       HeldSection held{.record = section.record, .holdings = HoldingsOf(blocks), .heads = HeadsOf(blocks), .sums = {}};
+      LeaveOutStrays(section, held.heads, strays_, held.holdings);
       held.sums = SumsOf(blocks, held.holdings.copies);
       sections_.push_back(std::move(held));
     }
@@ -286,7 +285,39 @@ Losses ImageHoldings::FindLosses(const SectionList& mounted) const {
   Losses losses;
   for (const std::vector<Section>* const list : {&mounted.accepted, &mounted.passed_over})
     for (const Section& section : *list) std::ranges::move(FindLosses(section), std::back_inserter(losses));
+  std::ranges::move(FindStrayLosses(), std::back_inserter(losses));
   return losses;
+}
+
+Losses ImageHoldings::FindStrayLosses() const {
+  Losses losses;
+  for (StrayItems& stray : StrayItemsOf(strays_))
+    losses.push_back({.section = std::move(stray.section),
+                      .block = {},
+                      .items = std::move(stray.items),
+                      .why = "no section of the PSDT has the blocks at " + stray.places,
+                      .remedy = kRemedyOfPsdt,
+                      .dropped = stray.changed,
+                      .outside = true});
+  return losses;
+}
+
+bool ImageHoldings::HasItemsOutside(const SectionList& sections) const {
+  const auto has_items = [](const Loss& loss) { return !loss.items.empty(); };
+  return std::ranges::any_of(FindStrayLosses(), has_items) ||
+         std::ranges::any_of(sections.passed_over, [&](const Section& section) {
+           return std::ranges::any_of(FindLosses(section), has_items);
+         });
+}
+
+Loss AbsenceOf(const Section& section) {
+  return {.section = section.name,
+          .block = {},
+          .items = {},
+          .why = WhyPassedOver(section),
+          .remedy = "none: another read of the flash may hold the rest",
+          .outside = !section.IsAccepted() || section.mount_code == code::kUninitialized,
+          .absent = section.presence == Presence::kOutsideFile};
 }
 
 bool IsEndedByRepair(const Loss& loss) { return loss.remedy == kRepair; }

@@ -26,7 +26,7 @@ std::string NamesOrCount(const Loss& loss) {
 std::string PartOf(const Loss& loss) {
   const std::string names = NamesOrCount(loss);
   const std::string block = loss.block ? fmt::format("{}block {}", names.empty() ? "" : " in ", *loss.block) : "";
-  return fmt::format("{}{}: {}", names, block, loss.why);
+  return fmt::format("{}{}{}{}", names, block, names.empty() && block.empty() ? "" : ": ", loss.why);
 }
 
 std::string TextOfRemedy(const std::string& remedy) {

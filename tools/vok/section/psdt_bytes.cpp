@@ -33,6 +33,37 @@ bool LooksLikeSection(std::span<const u8> record) {
   return size != 0 && Get32(record, kStart) + size <= kFlashSize && Get16(record, kPartition) <= kHighestPartition;
 }
 
+/// A kind that some store version takes, and what any section has.
+bool LooksLikeStoreSection(std::span<const u8> record) {
+  const u32 kind = Get16(record, kKind);
+  return kind >= 2 && kind <= 5 && LooksLikeSection(record);
+}
+
+psdt::Record RecordIn(std::span<const u8> bytes) {
+  const auto half = [bytes](std::size_t at) { return static_cast<u16>(Get16(bytes, at)); };
+  psdt::Record record{.tag = Get32(bytes, 0),
+                      .start = Get32(bytes, kStart),
+                      .block_size = Get32(bytes, kBlockSize),
+                      .kind = half(kKind),
+                      .block_count = half(kBlockCount),
+                      .partition = half(kPartition),
+                      .ranges = {}};
+  for (std::size_t i = 0; i < record.ranges.size(); ++i) {
+    const std::size_t at = kPartition + sizeof(u16) + i * sizeof(psdt::TypeRange);
+    record.ranges[i] = {.id = half(at), .first_type = half(at + 2), .last_type = half(at + 4)};
+  }
+  return record;
+}
+
+/// Of the first ones, as far as they look like sections.
+u16 CountOfRecordsIn(std::span<const u8> bytes) {
+  u16 count = 0;
+  while (count < psdt::kMostRecords && bytes.size() >= psdt::kRecordSize * (count + 2U) &&
+         LooksLikeStoreSection(bytes.subspan(psdt::kRecordSize * (count + 1U), psdt::kRecordSize)))
+    ++count;
+  return count;
+}
+
 void Put16(Bytes& bytes, u32 value) {
   bytes.push_back(static_cast<u8>(value >> 8));
   bytes.push_back(static_cast<u8>(value));
@@ -78,6 +109,30 @@ bool LooksLikePsdt(std::span<const u8> bytes) {
   for (u32 i = 1; i <= Get16(bytes, kHeaderCount); ++i)
     if (LooksLikeSection(bytes.subspan(i * psdt::kRecordSize, psdt::kRecordSize))) return true;
   return false;
+}
+
+Bytes AsPsdt(std::span<const u8> bytes) {
+  Bytes fixed(bytes.begin(), bytes.end());
+  fixed.resize(std::max<std::size_t>(fixed.size(), psdt::kRecordSize), kErasedByte);
+  std::ranges::copy(kMagicBytes, fixed.begin());
+  if (psdt::HasSoundCount(fixed.data(), static_cast<u32>(fixed.size()))) return fixed;
+  const u16 count = CountOfRecordsIn(bytes);
+  fixed[kHeaderCount] = static_cast<u8>(count >> 8);
+  fixed[kHeaderCount + 1] = static_cast<u8>(count);
+  return fixed;
+}
+
+std::vector<psdt::Record> RecordsInForceAndBehind() {
+  std::vector<psdt::Record> records;
+  for (u16 i = 0; i < psdt::RecordCount(); ++i) records.push_back(psdt::ReadRecord(i));
+  const psdt::Location& location = psdt::CurrentLocation();
+  const u64 end = std::min<u64>(u64{location.address} + location.length, kFlashSize);
+  for (u16 i = psdt::RecordCount(); i < psdt::kMostRecords && psdt::RecordAddress(i) + psdt::kRecordSize <= end; ++i) {
+    const std::span<const u8> bytes(VirtualMemoryAddress(psdt::RecordAddress(i)), psdt::kRecordSize);
+    if (!LooksLikeStoreSection(bytes)) break;
+    records.push_back(RecordIn(bytes));
+  }
+  return records;
 }
 
 std::vector<u64> FindPsdts(std::span<const u8> bytes, std::size_t most) {

@@ -17,6 +17,13 @@ Bytes PsdtBytes(std::span<const psdt::Record> records, std::size_t least_size);
 /// section of its own inside the flash image.
 bool LooksLikePsdt(std::span<const u8> bytes);
 
+/// Bytes that LoadPSDT() takes, from such as it refuses: with the magic, and with as many records as look like sections
+/// where their count is wrong.
+Bytes AsPsdt(std::span<const u8> bytes);
+
+/// The records of the loaded PSDT, and those that lie behind the last one it counts, as far as they look like sections.
+std::vector<psdt::Record> RecordsInForceAndBehind();
+
 /// Where in @p bytes a PSDT begins, by its magic and a look at its records, as far as @p most places.
 std::vector<u64> FindPsdts(std::span<const u8> bytes, std::size_t most);
 

@@ -7,12 +7,33 @@
 #include <map>
 
 #include "base/failure.h"
+#include "flash/image.h"
 #include "store/volume/layout.h"
 #include "vok/store.h"
 
 namespace vok::tool {
 
 namespace {
+
+constexpr LoadedRanges kAllLoaded = {.file = {.start = 0, .end = kFlashSize}, .psdt = {}};
+LoadedRanges loaded_ranges = kAllLoaded;
+
+/// Of a section that start-up accepts.
+Presence PresenceOf(const Section& section) {
+  if (!loaded_ranges.file.Covers(section.range())) return Presence::kOutsideFile;
+  return loaded_ranges.psdt.Overlaps(section.range()) ? Presence::kOverPsdt : Presence::kWhole;
+}
+
+std::string ReasonOf(PassOver verdict) {
+  switch (verdict) {
+    case PassOver::kAccepted: break;
+    case PassOver::kSectionKind: return "its kind is none of this store version";
+    case PassOver::kPartitionNumber: return "its partition number is above 8";
+    case PassOver::kRoutes: return "its type ranges do not fit in the route table";
+    case PassOver::kOutsideImage: return "it does not lie wholly inside the flash image";
+  }
+  return "accepted";
+}
 
 bool IsPlain(u8 c) { return std::isalnum(c) != 0 || c == '_' || c == '-'; }
 
@@ -60,6 +81,14 @@ std::string NamesOf(const std::vector<Section>& sections) {
 
 }  // namespace
 
+std::string TextOf(const FlashRange& range) { return fmt::format("0x{:X} to 0x{:X}", range.start, range.end); }
+
+void SetLoadedRanges(const LoadedRanges& ranges) { loaded_ranges = ranges; }
+
+void ForgetLoadedRanges() { loaded_ranges = kAllLoaded; }
+
+const LoadedRanges& CurrentLoadedRanges() { return loaded_ranges; }
+
 bool Section::IsReadOnly() const { return entry.kind == CurrentLayout().read_only_kind; }
 
 SectionList SetUpSections() {
@@ -70,9 +99,24 @@ SectionList SetUpSections() {
   for (u16 i = 0; i < psdt::RecordCount(); ++i) {
     const psdt::Record record = psdt::ReadRecord(i);
     Section section{.record = i, .name = namer.NameFor(record.tag), .entry = record, .verdict = plan.verdicts[i]};
+    if (section.IsAccepted()) section.presence = PresenceOf(section);
     (section.IsAccepted() ? sections.accepted : sections.passed_over).push_back(std::move(section));
   }
   return sections;
+}
+
+std::string FindOverlap(const SectionList& sections) {
+  for (const Section& a : sections.accepted)
+    for (const Section& b : sections.accepted)
+      if (a.record < b.record && Overlap(a, b))
+        return fmt::format("sections {} ({}) and {} ({}) overlap", a.name, TextOf(a.range()), b.name,
+                           TextOf(b.range()));
+  return "";
+}
+
+void RequireApart(const SectionList& sections) {
+  const std::string overlap = FindOverlap(sections);
+  if (!overlap.empty()) throw Failure(overlap);
 }
 
 std::string NameOfTag(u32 tag) {
@@ -96,22 +140,25 @@ std::vector<psdt::TypeRange> TypeRangesOf(const Section& section) {
 
 std::string KindOf(const Section& section) { return section.IsReadOnly() ? "read-only" : "read-write"; }
 
-std::string ReasonOf(PassOver verdict) {
-  switch (verdict) {
-    case PassOver::kAccepted: break;
-    case PassOver::kSectionKind: return "its kind is none of this store version";
-    case PassOver::kPartitionNumber: return "its partition number is above 8";
-    case PassOver::kRoutes: return "its type ranges do not fit in the route table";
-    case PassOver::kOutsideImage: return "it does not lie wholly inside the flash image";
+std::string ReasonOf(const Section& section) {
+  switch (section.presence) {
+    case Presence::kWhole: break;
+    case Presence::kOutsideFile:
+      return fmt::format("the file holds {} of the flash, not the whole section ({})", TextOf(loaded_ranges.file),
+                         TextOf(section.range()));
+    case Presence::kOverPsdt: return fmt::format("the section ({}) lies over the PSDT", TextOf(section.range()));
   }
-  return "accepted";
+  return ReasonOf(section.verdict);
+}
+
+std::string WhyPassedOver(const Section& section) {
+  return (section.presence == Presence::kWhole ? "start-up passes the section over: " : "") + ReasonOf(section);
 }
 
 const Section& FindSection(const SectionList& sections, const std::string& name) {
   if (const Section* const section = SectionOfName(sections.accepted, name)) return *section;
   if (const Section* const passed = SectionOfName(sections.passed_over, name))
-    throw Failure(
-        fmt::format("section {} is passed over by the start-up: {}", passed->name, ReasonOf(passed->verdict)));
+    throw Failure(fmt::format("section {} is passed over: {}", passed->name, ReasonOf(*passed)));
   throw Failure(fmt::format("section {} is not in the PSDT, which has {}", name, NamesOf(sections.accepted)));
 }
 
@@ -127,6 +174,9 @@ const Section& SectionOfType(const SectionList& sections, u16 type, const std::s
   const u8 partition = FindPartitionForType(type);
   const auto found = std::find_if(sections.accepted.begin(), sections.accepted.end(),
                                   [partition](const Section& section) { return section.partition() == partition; });
+  for (const Section& passed : sections.passed_over)
+    if (found == sections.accepted.end() && passed.presence != Presence::kWhole && Serves(passed, type))
+      throw Failure(fmt::format("{}: section {} serves the type, and {}", what, passed.name, ReasonOf(passed)));
   if (found == sections.accepted.end())
     throw Failure(fmt::format("{}: no section serves type {}", what, type), code::kInvalidPartition);
   RequireMounted(*found);

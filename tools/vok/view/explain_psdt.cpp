@@ -105,7 +105,7 @@ void ExplainRecord(const LoadedImage& image, u16 index, Explanation& explanation
                               section.entry.block_count, section.entry.block_size));
   explanation.next = section.IsAccepted()
                          ? fmt::format("start-up makes partition {} of the section", section.entry.partition)
-                         : "start-up passes the record over: " + ReasonOf(section.verdict);
+                         : "start-up passes the record over: " + ReasonOf(section);
 }
 
 }  // namespace
