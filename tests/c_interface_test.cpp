@@ -186,6 +186,10 @@ TEST_F(CInterfaceTest, WrongArgumentsGetCodes) {
   EXPECT_EQ(vok_list(nullptr, nullptr, 1, &count), 115);
   EXPECT_EQ(vok_list(nullptr, one.data(), 1, nullptr), 115);
   EXPECT_EQ(vok_reorganise(nullptr), 115);
+  Bytes data(one[0].length);
+  count = one[0].length;
+  EXPECT_EQ(vok_read(one[0].type, one[0].id, data.data(), &count), 0);
+  EXPECT_EQ(count, one[0].length);
   EXPECT_EQ(vok_read(one[0].type, one[0].id, nullptr, nullptr), 115);
   EXPECT_EQ(vok_read_new(one[0].type, one[0].id, nullptr, &count), 115);
   EXPECT_EQ(vok_write(one[0].type, nullptr, nullptr, 0), 115);
@@ -193,6 +197,8 @@ TEST_F(CInterfaceTest, WrongArgumentsGetCodes) {
   EXPECT_EQ(vok_format(4), 115);
   EXPECT_EQ(vok_load_psdt(nullptr, 1, 0), 115);
   EXPECT_EQ(vok_error_text(119), std::string("Item not found"));
+  EXPECT_EQ(vok_error_text(0), std::string("Success"));
+  EXPECT_NE(vok_version(), std::string());
 }
 
 }  // namespace

@@ -35,7 +35,11 @@ TEST_P(ClientTest, HandlesReadAndFollowTheirItem) {
   EXPECT_EQ(data, Payload(1, 21));
   EXPECT_EQ(ReadHandleValue(handle[1], 2, 3), static_cast<std::uint32_t>(data[3] << 8 | data[4]));
   EXPECT_EQ(ReadHandleValue(handle[1], 1, 3), data[3]);
-  EXPECT_EQ(ReadHandleValue(handle[1], 3, 3), 0u);
+  EXPECT_EQ(ReadHandleValue(handle[1], 4, 2),
+            ReadHandleValue(handle[1], 2, 2) << 16 | ReadHandleValue(handle[1], 2, 4));
+  hooks_.reports.clear();
+  EXPECT_EQ(ReadHandleValue(handle[1], 3, 3) + ReadHandleValue(handle[1], 2, 0xF0000000), 0u);
+  EXPECT_EQ(hooks_.reports, (std::vector<std::uint16_t>{115, 114}));
   EXPECT_EQ(ReadHandle(0x00010002, 1, 0, data.data()), 110);
   EXPECT_EQ(ReadHandle(5, 1, 0, data.data()), 116) << "partition field 0";
   EXPECT_EQ(ReadHandle(handle[1], 1, 0xFFFFFFFF, data.data()), 114);
@@ -97,6 +101,25 @@ TEST_P(ClientTest, ListsOfHandlesWithAndWithoutASet) {
   EXPECT_EQ(count, 2u) << "the number collected";
   records[1].handle = 0x00010009;
   EXPECT_EQ(CloseHandles(records.data(), 2), 110);
+
+  // The set still names 5/0 and 5/2, between which 5/1 is not collected, and one that is gone.
+  FreeItemIdSet(set);
+  ASSERT_EQ(DeleteItem(0, 5, 1), 0);
+  ASSERT_EQ(GetItemIdSet(0, 5, &set), 0);
+  ASSERT_EQ(Write(5, 1, {}), 0);
+  ASSERT_EQ(DeleteItem(0, 5, 2), 0);
+  ASSERT_EQ(Remount(1, {.blocks = 3, .locks = 2, .handles = 2}), 0);
+  cursor = 0;
+  count = 3;
+  EXPECT_EQ(OpenItems(0, 5, &cursor, set, records.data(), &count), 119);
+  EXPECT_EQ(count, 1u);
+  std::array<ItemPointer, 3> pointers{};
+  cursor = 0;
+  count = 3;
+  EXPECT_EQ(GetItemPointers(0, 5, &cursor, set, pointers.data(), &count, Register(3)), 119);
+  EXPECT_EQ(count, 1u);
+  EXPECT_EQ(pointers[0].length, 20u);
+  EXPECT_EQ(OpenItems(0, 6, &(cursor = 0), set, records.data(), &count), 118) << "the set of another type";
   FreeItemIdSet(set);
 }
 
@@ -166,6 +189,10 @@ TEST_P(ClientTest, PointersOutHoldAReorganisationUntilTheirOwnersAgree) {
   EXPECT_EQ(block, kAny) << "the only block with dead bytes is passed over";
   EXPECT_EQ(CheckReorgNeed(0, 0, &block, 1), 0) << "and far below one percent";
   EXPECT_EQ(block, 2);
+
+  ASSERT_EQ(Write(5, 2, Payload(0, format().block_size / 50)), 0);
+  ASSERT_EQ(DeleteItem(0, 5, 2), 0);
+  EXPECT_EQ(CheckReorgNeed(0, 1, &block, 1), 133);
 
   const Bytes before = PartitionBytes();
   EXPECT_EQ(ReorganiseBlock(0, 2, 0), 133);

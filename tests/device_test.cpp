@@ -74,6 +74,35 @@ TEST_P(DeviceTest, AnExceptionOfTheDeviceGivesAllLocksBack) {
   }
 }
 
+TEST_P(DeviceTest, TheImageEndsWithItsLastByte) {
+  SetUpErased();
+  FlashDevice plain;
+  StepwiseDevice stepwise;
+  EXPECT_EQ(plain.ProgramWord16(0x1FFFFFF, 0x1234) + plain.ProgramByte(0x2000000, 0), 0);
+  EXPECT_EQ(stepwise.ProgramBytes(nullptr, 1, 0), 0);
+  EXPECT_TRUE(stepwise.steps.empty());
+  EXPECT_EQ(Flash(0x1FFFFFE, 2), (Bytes{0xFF, 0x12}));
+  EXPECT_EQ(Flash(0, 2), (Bytes{0xFF, 0xFF}));
+}
+
+TEST_P(DeviceTest, APlatformMayOfferNothing) {
+  PlatformHooks plain;
+  SetUpErased();
+  TerminateStore();
+  InstallPlatformHooks(&plain);
+  SetUpFormatted();
+  ASSERT_EQ(Write(5, 1, Payload(1, 20)), 0);
+  std::uint16_t lock = 0;
+  std::uint32_t length = 0;
+  std::uint64_t address = 0;
+  EXPECT_EQ(RegisterClient(0, 9, &lock) + GetItemPointer(0, 5, 1, &address, &length, lock), 0);
+  EXPECT_EQ(ReorganiseBlock(0, FirstOpened(), 1), 0);
+  EXPECT_EQ(Item(5, 1), Payload(1, 20));
+  EXPECT_EQ(ReadCode(5, 2), 119);
+  TerminateStore();
+  InstallPlatformHooks(&hooks_);
+}
+
 TEST_P(DeviceTest, PartitionsBeyondTheImageReadAsErasedAndTakeNoBytes) {
   for (const std::uint64_t base : {std::uint64_t{0x2000000}, std::uint64_t{0x2000000} - format().block_size,
                                    std::uint64_t{0xFFFFFFFC}, std::uint64_t{0x100040000}}) {

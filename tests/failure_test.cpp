@@ -165,11 +165,18 @@ TEST_P(FailureTest, EveryAllocationOfEveryOperation) {
 
 /// A repair mount that a device fails at any step goes on from there with the next one.
 TEST_P(FailureTest, EveryDeviceStepOfARepair) {
-  for (const int cut : {0, 1, 3, 5, 9, 12, 15, 20}) {
+  for (const int cut : {-1, 0, 1, 3, 5, 9, 12, 15, 20}) {
     Restore();
-    device_.throw_at = cut;
-    EXPECT_THROW(cut % 2 != 0 ? Rename(1, 3) : ReorganiseBlock(0, 3, 0), RecordingDevice::Cut);
-    device_.throw_at = -1;
+    if (cut >= 0) {
+      device_.throw_at = cut;
+      EXPECT_THROW(cut % 2 != 0 ? Rename(1, 3) : ReorganiseBlock(0, 3, 0), RecordingDevice::Cut);
+      device_.throw_at = -1;
+    } else {
+      // A block without a signature, one cut off while it was opened, and no length below the lowest record.
+      Poke16(BlockBase(0), 0x5400);
+      Poke16(BlockBase(1) + 12, format().opening);
+      Poke16(static_cast<std::uint32_t>(Block(3).top) - format().word, 0x7FFF);
+    }
     const Bytes damaged = PartitionBytes();
     ASSERT_EQ(Remount(2, kGeometry), 0);
     const Items repaired = ItemsNow();

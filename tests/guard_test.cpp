@@ -106,6 +106,45 @@ TEST_P(GuardTest, EveryOperationTakesItsLocksAndGivesThemBack) {
   FreeItemIdSet(set_);
 }
 
+TEST_P(GuardTest, MissingArgumentsAreInvalidAndNothingAskedIsNothingDone) {
+  ASSERT_EQ(OpenItem(0, 5, 1, &handle_, &length_), 0);
+  ASSERT_EQ(GetItemIdSet(0, 5, &set_), 0);
+  const std::vector<std::function<std::uint16_t()>> calls = {
+      [] { return GetItemLength(0, 5, 1, nullptr); },
+      [this] { return ListTypes(0, nullptr, nullptr, &id_, nullptr); },
+      [this] { return ListItems(0, 5, nullptr, nullptr, &id_, nullptr, nullptr); },
+      [this] { return ListItems(0, 5, nullptr, set_, &id_, &count_, nullptr); },
+      [this] { return OpenItem(0, 5, 1, nullptr, &length_); },
+      [this] { return OpenItem(0, 5, 1, &handle_, nullptr); },
+      [this] { return ReadHandle(handle_, 1, 0, nullptr); },
+      [this] { return OpenItems(0, 5, nullptr, nullptr, &opened_, nullptr); },
+      [this] { return OpenItems(0, 5, nullptr, set_, &opened_, &count_); },
+      [this] { return GetItemPointers(0, 5, nullptr, nullptr, &pointer_, nullptr, lock_); },
+      [] { return RegisterClient(0, 78, nullptr); },
+      [] { return MakeId(0, 5, nullptr); },
+      [] { return GetItemIdSet(0, 5, nullptr); },
+      [] { return GetPartitionRecord(0, nullptr); },
+      [] { return GetPartitionSpace(0, nullptr); },
+      [] { return GetBlockInfo(0, 0, nullptr); },
+      [] { return CheckReorgNeed(0, 0, nullptr, 0); },
+      [] { return EraseRetiredBlock(0, nullptr); },
+      [] { return ItemOverhead(1, 0, nullptr); },
+  };
+  for (std::size_t i = 0; i < calls.size(); ++i) EXPECT_EQ(calls[i](), 115) << i;
+  EXPECT_EQ(CloseHandles(nullptr, 1) + CloseHandles(&opened_, 0), 0);
+  EXPECT_EQ(ReleasePointers(0, 5, nullptr, 1, lock_) + ReleasePointers(0, 5, &pointer_, 0, lock_), 0);
+  for (const std::uint32_t most : {0u, 1u}) {
+    count_ = most;
+    EXPECT_EQ(GetItemPointers(0, 5, nullptr, nullptr, most == 0 ? &pointer_ : nullptr, &count_, lock_), 0);
+    EXPECT_EQ(count_, 0u);
+    count_ = most;
+    EXPECT_EQ(OpenItems(0, 5, nullptr, nullptr, most == 0 ? &opened_ : nullptr, &count_), 0);
+    EXPECT_EQ(count_, 0u);
+  }
+  EXPECT_EQ(ReleasePointers(0, 5, &pointer_, 1, lock_), 117) << "address 0";
+  FreeItemIdSet(set_);
+}
+
 TEST_P(GuardTest, EveryOperationNeedsAMountedPartitionThatItMayChange) {
   const auto expect = [this](std::uint8_t partition, std::uint16_t code, bool writers_only) {
     for (const Operation& operation : Operations()) {

@@ -136,6 +136,26 @@ class IndexTest : public StoreTest {
 };
 VOK_FOR_EACH_VERSION(IndexTest);
 
+/// One name in so many slots that the index keeps it in another way.
+TEST_P(IndexTest, ANameMayStandInThousandsOfSlots) {
+  constexpr std::uint32_t kCopies = 3000;
+  SetUpFormatted(kGeometry);
+  ASSERT_EQ(Write(1, 1, Payload(1, 8)), 0);
+  const Bytes slot = Flash(SlotAddress(FirstOpened(), 0), format().slot_size());
+  for (std::uint32_t i = 1; i < kCopies; ++i) Poke(SlotAddress(FirstOpened(), i), slot);
+  ASSERT_EQ(Remount(1, kGeometry), 0);
+  for (std::uint32_t i = 0; i < 5; ++i) {
+    EXPECT_EQ(Item(1, 1), Payload(1, 8));
+    EXPECT_EQ(InCache<std::uint64_t>(8), SlotAddress(FirstOpened(), i));
+    EXPECT_EQ(DeleteItem(0, 1, 1), 0);
+  }
+  EXPECT_EQ(ReadCode(1, 2), 119);
+  ASSERT_EQ(Write(1, 2, {}), 0);
+  EXPECT_EQ(DeleteItemRange(0, 1, 1, 1), 0);
+  EXPECT_EQ(ReadCode(1, 1), 119);
+  EXPECT_EQ(Item(1, 2), Bytes{});
+}
+
 TEST_P(IndexTest, WhateverChangesTheBytesSearchesFindWhatAWalkFinds) {
   for (std::uint32_t seed = 0; seed < 60 && !HasFailure(); ++seed) Run(seed, seed % 2 == 0);
 }

@@ -110,6 +110,18 @@ TEST_P(ListTest, SetsAreDeliveredInRisingOrderInPortions) {
   EXPECT_EQ(FreeItemIdSet(set), 0);
 }
 
+TEST_P(ListTest, AChunkOfASetMayBeEmpty) {
+  SetUpFormatted();
+  auto set = SetOf({5, 2000, 3000}, 5);
+  std::fill(std::begin(set[1].bitmap), std::end(set[1].bitmap), std::uint16_t{0});
+  Values out(3);
+  std::uint16_t cursor = 0;
+  std::uint32_t count = 3;
+  EXPECT_EQ(ListItems(0, 5, &cursor, set.data(), out.data(), &count, nullptr), 0);
+  EXPECT_EQ(count, 2u);
+  EXPECT_EQ(out[1], 3000);
+}
+
 TEST_P(ListTest, ASetOfTypesNeedsACursorAmongTheTypes) {
   SetUpFormatted();
   const auto set = SetOf({2000, 3}, 0);

@@ -21,6 +21,7 @@ VOK_FOR_EACH_VERSION(MountTest);
 
 TEST_P(MountTest, SetUpRefusesBadDescriptorsAndFreesWhatItMade) {
   EXPECT_EQ(SetUpPartitions(0, nullptr), 115);
+  EXPECT_EQ(SetUpPartitions(1, nullptr), 115);
   EXPECT_EQ(SetUpOne(Descriptor(1, 0)), 109) << "a read/write partition needs a spare";
   EXPECT_EQ(SetUpOne(Descriptor(0, 1)), 109);
   EXPECT_EQ(SetUpOne(Descriptor(1, 2)), 0);
@@ -36,10 +37,13 @@ TEST_P(MountTest, SetUpRefusesBadDescriptorsAndFreesWhatItMade) {
   EXPECT_EQ(SetUpOne(Descriptor(65535 / 48 + 1, 0)), 128) << "a table beyond 65535 bytes";
   EXPECT_EQ(SetUpOne(Descriptor(65535 / 48, 0)), 0);
 
-  hooks_.create_lock_answer = 129;
-  EXPECT_EQ(SetUpOne(Descriptor(2, 0)), 129);
-  hooks_.create_lock_answer = 0;
   const std::array<PartitionDescriptor, 2> two = {Descriptor(2, 0), Descriptor(3, 0)};
+  for (int locks = 0; locks < 4; ++locks) {
+    hooks_.locks_left = locks;
+    EXPECT_EQ(SetUpPartitions(2, two.data()), 129) << locks;
+    EXPECT_EQ(hooks_.memory_alive + hooks_.locks_alive, 0) << locks;
+  }
+  hooks_.locks_left = -1;
   for (int allocations = 0; allocations < 8; ++allocations) {
     hooks_.allocations_left = allocations;
     EXPECT_EQ(SetUpPartitions(2, two.data()), 128) << allocations;

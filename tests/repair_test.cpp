@@ -111,7 +111,12 @@ TEST_P(RepairTest, JournalRecordsThatFitNoItemArePassedOver) {
   EXPECT_EQ(Remount(2), 122);
   const std::uint32_t length = 6 + format().word + 6;
   const std::uint32_t length_word = entry + format().record_size(length) - format().word;
+  const Bytes unfinished = PartitionBytes();
   PokeWord(length_word, 4);
+  EXPECT_EQ(Remount(2), 0);
+  Poke(kBase, unfinished);
+  Poke16(length_word - 6 - 2 - format().word, 3);  // a rename, in a record two bytes too short for the old name
+  PokeWord(length_word, 6 + format().word + 2);
   EXPECT_EQ(Remount(2), 0);
 }
 
@@ -126,6 +131,15 @@ TEST_P(RepairTest, NothingIsPlacedOverLiveItemsBelowATornLocation) {
 }
 
 /// A cancelled slot whose location could not be rebuilt names no record.
+/// In version 3 a cut may leave any bits of the location set that were to be cleared.
+TEST_P(RepairTest, AnUnfinishedSlotGetsTheLocationThatItWasToHave) {
+  ASSERT_EQ(Write(6, 9, Payload(4, 21)), 0);
+  const std::uint32_t location = ReadWord(Slot(3) + 4) & ~format().state_mask;
+  PokeWord(Slot(3) + 4, format().allocated | location | 0x10);
+  ExpectRepaired("a torn location");
+  EXPECT_EQ(ReadWord(Slot(3) + 4), location);
+}
+
 TEST_P(RepairTest, ALocationWordOfZeroNamesNoRecord) {
   const BlockRecord before = Block(block_);
   Poke16(Slot(3), 6);

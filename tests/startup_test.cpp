@@ -138,6 +138,36 @@ TEST_P(StartupTest, RecordsThatCannotBeServedArePassedOver) {
   EXPECT_EQ(GetPartitionRecord(0, &record), 138) << "one number twice: set-up meets an empty descriptor";
 }
 
+TEST_P(StartupTest, LockingATypesPartitionTakesItsFirstLock) {
+  EXPECT_EQ(LockTypePartition(5), 138);
+  Load({Make("CPGA", 0, 0, 9)});
+  ASSERT_EQ(worker_.BuildDefaultVOKHeaders(), 0);
+  EXPECT_EQ(LockTypePartition(10), 116);
+  EXPECT_EQ(LockTypePartition(0), 118);
+  hooks_.lock_story.clear();
+  EXPECT_EQ(LockTypePartition(5), 0);
+  EXPECT_EQ(hooks_.lock_story, "0");
+  EXPECT_EQ(hooks_.locks_held, 1) << "no operation gives it back";
+  hooks_.locks_held = 0;
+}
+
+TEST_P(StartupTest, WritingAListPassesOverUnusedNamesAndRefusesWhatIsTooLarge) {
+  Load({Make("CPGA", 0, 1, 9)});
+  ASSERT_EQ(worker_.BuildDefaultVOKHeaders(), 0);
+  std::vector<VOKITEM> items(3);
+  items[0].Type = items[1].Type = 5;
+  items[0].Data = Payload(1, 30);
+  items[1].Id = 0xFFFF;
+  items[2].Type = 0xFFFF;
+  worker_.WriteAllVOK(items);
+  EXPECT_EQ(worker_.ReadAllVOK("CPGA").size(), 1u);
+  EXPECT_EQ(Item(5, 0), Payload(1, 30));
+  items[2].Data.resize(0x20001);
+  EXPECT_THROW(worker_.WriteAllVOK(items), VokError);
+  worker_ = VokWorker();
+  EXPECT_EQ(TerminateStore(), 138) << "the copied worker has ended the store";
+}
+
 TEST_P(StartupTest, TheTagDecidesWhatASectionGetsBesideItsBlocks) {
   struct Resources {
     const char* tag;

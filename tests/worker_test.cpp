@@ -68,6 +68,9 @@ TEST_F(WorkerTest, LoadingChecksItsBoundsBeforeItChangesAnything) {
   EXPECT_EQ(version, 77);
   EXPECT_EQ(worker_.GetBlockVOKVersion(0x1FFFFF8, version), 0);
 
+  EXPECT_EQ(worker_.ReadVitualMemory(5, 6, nullptr), 115);
+  EXPECT_EQ(worker_.LoadCodeplug(psdt.data(), 4, kFlashSize - 4, 0), 0) << "too short for a header";
+
   std::uint8_t byte = 42;
   EXPECT_EQ(worker_.ReadVitualMemory(5, 5, &byte), 0);
   EXPECT_EQ(worker_.ReadVitualMemory(6, 5, &byte), 115);

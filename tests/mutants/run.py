@@ -79,7 +79,8 @@ class Workshop:
 
     def _builds(self, build, target):
         command = ["cmake", "--build", str(self.folder / build), "-j", "1", "--target", target]
-        return run(command).returncode == 0
+        # A build runs the tests, too, to learn their names.
+        return run(command, resource.RLIM_INFINITY).returncode == 0
 
     def noticed_by(self):
         """What notices the mutant, "no build", or None."""

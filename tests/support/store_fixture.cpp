@@ -62,7 +62,8 @@ std::uint16_t RecordingDevice::EraseBlockDevice(std::uint32_t address) {
 void CountingHooks::ReportError(std::uint16_t code) { reports.push_back(code); }
 
 std::uint16_t CountingHooks::CreateLock(std::uint32_t* lock) {
-  if (create_lock_answer != 0) return create_lock_answer;
+  if (locks_left == 0) return 129;
+  if (locks_left > 0) --locks_left;
   if (locks_alive++ == 0) locks_.clear();
   locks_.push_back(lock);
   return 0;

@@ -76,7 +76,7 @@ class CountingHooks : public PlatformHooks {
   int locks_alive = 0;
   int memory_alive = 0;
   int allocations_left = -1;  ///< allocations that still succeed; -1 = all
-  std::uint16_t create_lock_answer = 0;
+  int locks_left = -1;        ///< locks that can still be made; -1 = all, else the next one gets 129
   std::uint16_t notify_answer = 0;
   std::uint16_t program_over_answer = 0;
 
