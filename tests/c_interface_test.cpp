@@ -157,6 +157,8 @@ TEST_F(CInterfaceTest, ItemsComeAndGo) {
   EXPECT_EQ(vok_reorganise(sections[0].name), 0);
   EXPECT_EQ(vok_write(type, &id, data.data(), SizeOf(data)), 0);
 
+  EXPECT_EQ(vok_write(sections.at(1).first_type, &id, nullptr, 0), 0);
+  EXPECT_EQ(vok_delete(sections.at(1).first_type, id), 0);
   std::uint16_t renamed = VOK_NEW_ID;
   EXPECT_EQ(vok_rename(type, &renamed, type, id), 0);
   EXPECT_EQ(renamed, 0);
@@ -194,7 +196,13 @@ TEST_F(CInterfaceTest, WrongArgumentsGetCodes) {
   EXPECT_EQ(vok_read_new(one[0].type, one[0].id, nullptr, &count), 115);
   EXPECT_EQ(vok_write(one[0].type, nullptr, nullptr, 0), 115);
   EXPECT_EQ(vok_write(one[0].type, &one[0].id, nullptr, 1), 115);
+  EXPECT_EQ(vok_read_new(one[0].type, one[0].id, nullptr, &count), 115);
+  std::uint8_t* copy = nullptr;
+  EXPECT_EQ(vok_read_new(one[0].type, one[0].id, &copy, nullptr), 115);
+  EXPECT_EQ(vok_reorganise("PDAT"), 134);
+  EXPECT_EQ(vok_format(0), 115);
   EXPECT_EQ(vok_format(4), 115);
+  EXPECT_EQ(vok_load_codeplug(nullptr, 1, 0, 0), 115);
   EXPECT_EQ(vok_load_psdt(nullptr, 1, 0), 115);
   EXPECT_EQ(vok_error_text(119), std::string("Item not found"));
   EXPECT_EQ(vok_error_text(0), std::string("Success"));

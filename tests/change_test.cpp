@@ -38,6 +38,8 @@ TEST_P(ChangeTest, DeletesCountDeadSpaceAndRespectTheirRanges) {
   EXPECT_EQ(DeleteItem(0, 5, 3), 0);
   EXPECT_EQ(Block(FirstOpened()).dead_bytes, CostOf(3));
   EXPECT_EQ(DeleteItemRange(0, 5, 2, 1), 115);
+  EXPECT_EQ(DeleteItemRange(0, 5, 1, kAny), 115);
+  EXPECT_EQ(DeleteItemRange(0, 5, kAny, kAny), 115);
   EXPECT_EQ(DeleteItemRange(0, 5, 3, 3), 119);
   EXPECT_EQ(DeleteItemRange(0, 5, 1, 2), 0);
   EXPECT_EQ(Block(FirstOpened()).dead_bytes, CostOf(1) + CostOf(2) + CostOf(3));

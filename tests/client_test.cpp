@@ -151,6 +151,13 @@ TEST_P(ClientTest, ClientsRegisterOnceAndPointersAreCounted) {
   std::uint32_t count = 1;
   EXPECT_EQ(GetItemPointers(0, 5, nullptr, nullptr, pointers.data(), &count, 2), 137);
   EXPECT_EQ(count, 0u);
+  ValueSetChunk* set = nullptr;
+  std::uint16_t cursor = 1;
+  count = 1;
+  ASSERT_EQ(GetItemIdSet(0, 5, &set), 0);
+  EXPECT_EQ(GetItemPointers(0, 5, &cursor, set, pointers.data(), &count, 2), 137);
+  EXPECT_EQ(count, 0u);
+  FreeItemIdSet(set);
   ASSERT_EQ(ReleasePointer(0, address, 2), 0);
   ASSERT_EQ(DeleteItemRange(0, 5, 0, 0), 0);
   ASSERT_EQ(DeleteItemRange(0, 5, 2, 2), 0);
@@ -167,11 +174,11 @@ TEST_P(ClientTest, ReleasedPointersNoLongerCount) {
   ASSERT_EQ(ReleasePointer(0, pointer.address, lock), 0);
   ASSERT_EQ(GetItemPointers(0, 5, nullptr, nullptr, &pointer, &count, lock), 120);
   ASSERT_EQ(ReleasePointers(0, 5, &pointer, count, lock), 0);
-  EXPECT_EQ(ReleasePointer(0, pointer.address, lock), 0) << "none is out";
   ASSERT_EQ(DeleteItem(0, 5, 2), 0);
   std::uint16_t block = 0;
   EXPECT_EQ(CheckReorgNeed(0, 0, &block, 0), 0);
   EXPECT_EQ(block, 2) << "a client without pointers holds no block";
+  EXPECT_EQ(ReleasePointer(0, pointer.address, lock), 0) << "none is out";
   EXPECT_EQ(UnregisterClient(0, lock), 0);
   EXPECT_EQ(GetItemPointer(0, 5, 1, nullptr, &pointer.length, lock), 115);
   EXPECT_EQ(GetItemPointer(0, 5, 1, &pointer.address, nullptr, lock), 115);

@@ -87,18 +87,26 @@ TEST_P(DeviceTest, TheImageEndsWithItsLastByte) {
 
 TEST_P(DeviceTest, APlatformMayOfferNothing) {
   PlatformHooks plain;
-  SetUpErased();
-  TerminateStore();
-  InstallPlatformHooks(&plain);
-  SetUpFormatted();
-  ASSERT_EQ(Write(5, 1, Payload(1, 20)), 0);
-  std::uint16_t lock = 0;
-  std::uint32_t length = 0;
-  std::uint64_t address = 0;
-  EXPECT_EQ(RegisterClient(0, 9, &lock) + GetItemPointer(0, 5, 1, &address, &length, lock), 0);
-  EXPECT_EQ(ReorganiseBlock(0, FirstOpened(), 1), 0);
-  EXPECT_EQ(Item(5, 1), Payload(1, 20));
-  EXPECT_EQ(ReadCode(5, 2), 119);
+  for (PlatformHooks* const hooks : {&plain, static_cast<PlatformHooks*>(nullptr)}) {
+    TerminateStore();
+    InstallPlatformHooks(hooks);
+    SetUpFormatted();
+    for (std::uint16_t id = 0; id < 3; ++id) ASSERT_EQ(Write(5, id, Payload(id, 20)), 0);
+    std::uint16_t lock = 0, id = 0;
+    std::uint32_t count = 1;
+    ItemPointer pointer{};
+    OpenedItem opened{};
+    EXPECT_EQ(RegisterClient(0, 9, &lock), 0);
+    EXPECT_EQ(GetItemPointers(0, 5, nullptr, nullptr, &pointer, &count, lock), 120);
+    EXPECT_EQ(OpenItems(0, 5, nullptr, nullptr, &opened, &count), 120);
+    EXPECT_EQ(ListItems(0, 5, nullptr, nullptr, &id, &count, nullptr), 120);
+    EXPECT_EQ(count, 1u);
+    EXPECT_EQ(MakeId(0, 5, &id), 0);
+    EXPECT_EQ(id, 3);
+    EXPECT_EQ(ReorganiseBlock(0, FirstOpened(), 1), 0);
+    EXPECT_EQ(Item(5, 1), Payload(1, 20));
+    EXPECT_EQ(ReadCode(5, 3), 119);
+  }
   TerminateStore();
   InstallPlatformHooks(&hooks_);
 }

@@ -61,7 +61,7 @@ TEST_P(DirectoryTest, TheMountFillsTheTablesFromTheValidSlots) {
   SetUpAgain({.arena = 512});
   ASSERT_EQ(DefineTypeRange(0, 5, 5), 0);
   ASSERT_EQ(SetTypeIdCount(0, 5, 8), 0);
-  const std::uint32_t slot = SlotAddress(FirstOpened(), 0);
+  const std::uint32_t slot = SlotAddress(FirstOpened(), 2);
   SetState(slot, format().allocated);
   EXPECT_EQ(MountPartition(0, 1), 132);
   SetState(slot, format().valid);
@@ -69,6 +69,7 @@ TEST_P(DirectoryTest, TheMountFillsTheTablesFromTheValidSlots) {
   std::uint32_t count = 0;
   ASSERT_EQ(ListItems(0, 5, nullptr, nullptr, nullptr, &count, nullptr), 0);
   EXPECT_EQ(count, 2u) << "a failed mount before does not count twice";
+  EXPECT_EQ(Block(FirstOpened()).deleted_slots, 1u);
   HideSlot(SlotAddress(FirstOpened(), 2));
   EXPECT_EQ(ReadCode(5, 2), 0);
   EXPECT_EQ(ReadCode(5, 1), 119);

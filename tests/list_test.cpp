@@ -130,6 +130,15 @@ TEST_P(ListTest, ASetOfTypesNeedsACursorAmongTheTypes) {
   std::uint16_t cursor = 0;
   EXPECT_EQ(ListTypes(0, nullptr, set.data(), out.data(), &count), 115);
   EXPECT_EQ(ListTypes(0, &cursor, set.data(), out.data(), &count), 118);
+  cursor = 0xFFFE;
+  EXPECT_EQ(ListTypes(0, &cursor, set.data(), out.data(), &count), 118);
+  count = 1;
+  cursor = 1;
+  EXPECT_EQ(ListTypes(0, &cursor, set.data(), out.data(), &count), 120);
+  EXPECT_EQ(cursor, 2000);
+  count = 0;
+  EXPECT_EQ(ListTypes(0, &cursor, set.data(), out.data(), &count), 0);
+  count = 4;
   cursor = 1;
   EXPECT_EQ(ListTypes(0, &cursor, set.data(), out.data(), &count), 0);
   EXPECT_EQ(count, 2u);

@@ -63,9 +63,11 @@ TEST_P(RepairTest, GarbageBelowTheLowestRecordIsClearedOrClosesTheBlock) {
   SetUp();
   PokeWord(below_top, 0xFFF0);
   if (format().word == 4) PokeWord(below_top, 0x7FFFFFFF);
-  hooks_.program_over_answer = 105;
-  ASSERT_EQ(Remount(2), 0);
-  EXPECT_EQ(Block(block_).next_slot, 0u) << "refused by the program-over check";
+  for (const std::uint16_t answer : {std::uint16_t{115}, std::uint16_t{105}}) {
+    hooks_.program_over_answer = answer;
+    ASSERT_EQ(Remount(2), 0);
+    EXPECT_EQ(Block(block_).next_slot, 0u) << "refused by the program-over check";
+  }
   hooks_.allocations_left = 5;  // the tables of the set-up
   EXPECT_EQ(Remount(2), 128);
   hooks_.allocations_left = -1;
@@ -77,6 +79,30 @@ TEST_P(RepairTest, GarbageBelowTheLowestRecordIsClearedOrClosesTheBlock) {
            0x55);  // and more below it
   ASSERT_EQ(Remount(2), 0);
   EXPECT_EQ(Block(block_).next_slot, 0u);
+}
+
+TEST_P(RepairTest, TheWholeFreeAreaIsAskedFor) {
+  class AskingHooks : public CountingHooks {
+   public:
+    std::uint16_t CheckProgramOver(std::uint8_t, std::uint32_t address, const std::uint8_t* data,
+                                   std::uint32_t length) override {
+      EXPECT_EQ(address + length, lowest == 0 ? address + length : lowest) << "from the top down, without gaps";
+      EXPECT_EQ(Bytes(data, data + length), Bytes(length, 0xFF));
+      if (lowest == 0) end = address + length;
+      lowest = address;
+      return 0;
+    }
+    std::uint32_t lowest = 0, end = 0;
+  } asking;
+  const BlockRecord before = Block(block_);
+  PokeWord(static_cast<std::uint32_t>(before.top) - format().word, format().word == 4 ? 0x7FFFFFFF : 0xFFF0);
+  TerminateStore();
+  InstallPlatformHooks(&asking);
+  EXPECT_EQ(Remount(2), 0);
+  EXPECT_EQ(asking.lowest, before.next_slot);
+  EXPECT_EQ(asking.end, before.top - 4);
+  TerminateStore();
+  InstallPlatformHooks(&hooks_);
 }
 
 TEST_P(RepairTest, AllocatedAndVoidSlotsAreCancelled) {
@@ -135,7 +161,7 @@ TEST_P(RepairTest, NothingIsPlacedOverLiveItemsBelowATornLocation) {
 TEST_P(RepairTest, AnUnfinishedSlotGetsTheLocationThatItWasToHave) {
   ASSERT_EQ(Write(6, 9, Payload(4, 21)), 0);
   const std::uint32_t location = ReadWord(Slot(3) + 4) & ~format().state_mask;
-  PokeWord(Slot(3) + 4, format().allocated | location | 0x10);
+  PokeWord(Slot(3) + 4, format().allocated | location | (location + 1));  // one bit more
   ExpectRepaired("a torn location");
   EXPECT_EQ(ReadWord(Slot(3) + 4), location);
 }
@@ -162,6 +188,14 @@ TEST_P(RepairTest, OverlappingDeadRecordsUseNoLessThanNothing) {
   BlockInfo info{};
   ASSERT_EQ(GetBlockInfo(0, block_, &info), 0);
   EXPECT_EQ(info.used_bytes, 0u);
+}
+
+TEST_P(RepairTest, TheTailOfAFullBlockIsNotLookedAt) {
+  SetUpFormatted();
+  std::uint16_t id = 1;
+  ASSERT_EQ(WriteItem(0, 1, 5, &id, nullptr, format().largest_item() - 4), 0);
+  PokeWord(static_cast<std::uint32_t>(Block(block_).top) - format().word, 0);
+  EXPECT_EQ(Remount(1), 0);
 }
 
 TEST_P(RepairTest, AFreeBlockWithoutRoomIsNotOffered) {

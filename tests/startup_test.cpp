@@ -217,6 +217,22 @@ TEST(ProcessTest, BeginsWithVersion1AndThePsdtAtItsDefaultPlace) {
   EXPECT_EXIT(first_calls(), testing::ExitedWithCode(0), "");
 }
 
+TEST_P(StartupTest, ARecordWhoseRoutesDoNotFitIsPassedOver) {
+  std::vector<Section> sections;
+  for (std::uint16_t i = 0; i < 10; ++i) {
+    Section section = Make("CPGA", i % 9, 1, 1);
+    for (std::uint16_t range = 0; range < 4; ++range) {
+      const auto type = static_cast<std::uint16_t>(10 * i + range + 1);
+      section.ranges[range] = {1, type, type};
+    }
+    sections.push_back(section);
+  }
+  Load(sections);
+  ASSERT_EQ(worker_.BuildDefaultVOKHeaders(), 0);
+  EXPECT_EQ(FindPartitionForType(84), 8) << "the 36th route";
+  EXPECT_EQ(FindPartitionForType(91), 255);
+}
+
 TEST_P(StartupTest, ReadOnlySectionsMountThroughTheirCheckRange) {
   Section section = Make("PDAT", 0, 1, 99);
   Load({section});
