@@ -42,7 +42,7 @@ u32 BytesInside(FlashAddress address, u32 count) {
 
 }  // namespace
 
-void CopyFromFlash(u8* destination, FlashAddress address, u32 count) {
+void detail::CopyFromFlashAtEnd(u8* destination, FlashAddress address, u32 count) {
   const u32 inside = BytesInside(address, count);
   std::copy_n(VirtualMemoryAddress(inside != 0 ? address : 0), inside, destination);
   std::fill_n(destination + inside, count - inside, kErasedByte);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 
 #include "flash/types.h"
@@ -17,6 +18,7 @@ namespace detail {
 extern std::array<u8, kFlashSize> flash_image;
 extern bool image_is_lent;
 u16 ReadFlashWord16AtEnd(FlashAddress address);
+void CopyFromFlashAtEnd(u8* destination, FlashAddress address, u32 count);
 }  // namespace detail
 
 /// Whether @p count bytes from @p address on lie inside the image.
@@ -64,7 +66,11 @@ inline void FetchBytes(FlashAddress address) {
 }
 
 /// Copies @p count bytes out of the image; those beyond its end come as erased.
-void CopyFromFlash(u8* destination, FlashAddress address, u32 count);
+inline void CopyFromFlash(u8* destination, FlashAddress address, u32 count) {
+  if (!InFlash(address, count)) [[unlikely]]
+    return detail::CopyFromFlashAtEnd(destination, address, count);
+  std::copy_n(VirtualMemoryAddress(address), count, destination);
+}
 
 /// Plain stores, whatever the bytes held before; the device layer and the PSDT loader are the callers.
 void StoreFlashByte(FlashAddress address, u8 value);

@@ -1,8 +1,10 @@
 #include <memory>
 #include <new>
+#include <span>
 
 #include "flash/codes.h"
 #include "flash/image.h"
+#include "store/read/item_bytes.h"
 #include "store/read/item_ids.h"
 #include "store/volume/layout.h"
 #include "vok/store.h"
@@ -13,7 +15,7 @@ namespace code = vok::code;
 namespace {
 
 /// The largest item that the list operations move.
-constexpr std::uint32_t kScratchSize = 0x20000;
+constexpr std::uint32_t kLargestItem = 0x20000;
 constexpr std::uint32_t kListSize = 65535;
 constexpr std::uint16_t kNotWritten = 0xFFFF;
 constexpr std::size_t kReadAhead = 6;  ///< items of a list whose bytes are on their way while one is copied
@@ -84,18 +86,21 @@ std::vector<VOKITEM> VokWorker::ReadAllVOK(const std::string& section) {
   std::vector<VOKITEM> items;
   ReadingList list{.items = items, .records = {}};
   if (std::uint16_t start_type = 0; GetSectionStartVokType(section, start_type)) AppendItems(start_type, list);
-  Scratch<std::uint8_t, kScratchSize> buffer;
+  // The bytes go straight into the list. An item is passed over all the same while the largest one would find no
+  // memory.
+  Scratch<std::uint8_t, kLargestItem> buffer;
   std::uint64_t total = 0;
   for (std::size_t i = 0; i < items.size(); ++i) {
     if (buffer.Get() == nullptr) continue;
     if (i + kReadAhead < items.size()) vok::FetchBytes(list.records[i + kReadAhead]);
     VOKITEM& item = items[i];
-    std::uint32_t length = kScratchSize;
-    if (ReadVOK(item.Type, item.Id, buffer.Get(), length) != code::kOk) break;
+    std::span<const std::uint8_t> bytes;
+    if (vok::FindItemBytes(vok::FindPartitionForType(item.Type), item.Type, item.Id, kLargestItem, bytes) != code::kOk)
+      break;
     // More than the image holds: records that damage lets overlap, each of which would take memory anew.
-    if ((total += length) > vok::kFlashSize) break;
-    item.Data.assign(buffer.Get(), buffer.Get() + length);
-    item.Length = length;
+    if ((total += bytes.size()) > vok::kFlashSize) break;
+    item.Data.assign(bytes.begin(), bytes.end());
+    item.Length = static_cast<std::uint32_t>(bytes.size());
   }
   return items;
 }
@@ -113,7 +118,7 @@ void VokWorker::WriteAllVOK(const std::vector<VOKITEM>& items) {
   EraseCodeplugVirtualMemory();
   BuildDefaultVOKHeaders();
   for (const VOKITEM& item : items) {
-    if (item.Data.size() > kScratchSize) throw VokError(code::kItemTooBig);
+    if (item.Data.size() > kLargestItem) throw VokError(code::kItemTooBig);
     if (item.Type == kNotWritten || item.Id == kNotWritten) continue;
     std::uint16_t id = item.Id;
     WriteVOK(item.Type, id, item.Data.data(), static_cast<std::uint32_t>(item.Data.size()));

@@ -5,7 +5,6 @@
 #include "flash/codes.h"
 #include "flash/hooks.h"
 #include "store/read/arena_bytes.h"
-#include "store/read/location_cache.h"
 #include "store/volume/slots.h"
 #include "vok/store.h"
 
@@ -140,13 +139,7 @@ TypeEntry FindTypeEntry(const PartitionRecord& partition, u16 type) {
 DirLocation DirFindLocation(PartitionRecord& partition, u16 type, u16 id) {
   if (partition.directory_arena == nullptr) return {DirKnowledge::kUnknown, 0};
   const LockGuard lock(DirectoryLock(partition));
-  if (const TypeEntry entry = DirLookupType(partition, type); entry && entry.Covers(id)) {
-    const FlashAddress slot = entry.slot(id);
-    return {slot != 0 ? DirKnowledge::kFound : DirKnowledge::kAbsent, slot};
-  }
-  if (const LocationCache cache(partition); cache)
-    if (const u16 i = cache.Find(type, id); i != kNoCacheEntry) return {DirKnowledge::kFound, cache.slot(i)};
-  return {DirKnowledge::kUnknown, 0};
+  return DirLook(partition, LocationCache(partition), type, id);
 }
 
 void DirRecordLocation(PartitionRecord& partition, u16 type, u16 id, FlashAddress slot, NewItem new_item) {
@@ -162,10 +155,6 @@ void DirRecordLocation(PartitionRecord& partition, u16 type, u16 id, FlashAddres
     }
   }
   InsertIfNew(partition, type, id, slot);
-}
-
-void DirCacheMissing(PartitionRecord& partition, u16 type, u16 id, FlashAddress slot) {
-  if (LocationCache cache(partition); cache) cache.Insert(type, id, slot);
 }
 
 void DirUpdateLocation(PartitionRecord& partition, u16 type, u16 id, FlashAddress slot) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/read/location_cache.h"
 #include "store/volume/records.h"
 
 /// The RAM item directory: from (type, ID) to the item's current header slot without a scan. Everything lies in the
@@ -58,15 +59,23 @@ struct DirLocation {
   FlashAddress slot;
 };
 
+/// The same without the lock: for a caller who holds it, or whom nobody can disturb.
+inline DirLocation DirLook(const PartitionRecord& partition, const LocationCache& cache, u16 type, u16 id) {
+  if (const TypeEntry entry = DirLookupType(partition, type); entry && entry.Covers(id)) {
+    const FlashAddress slot = entry.slot(id);
+    return {slot != 0 ? DirKnowledge::kFound : DirKnowledge::kAbsent, slot};
+  }
+  if (cache)
+    if (const u16 i = cache.Find(type, id); i != kNoCacheEntry) return {DirKnowledge::kFound, cache.slot(i)};
+  return {DirKnowledge::kUnknown, 0};
+}
+
 DirLocation DirFindLocation(PartitionRecord& partition, u16 type, u16 id);
 
 enum class NewItem : u8 { kNo, kYes };
 
 /// Enters a location found by a scan, or one of a new item, which is also counted.
 void DirRecordLocation(PartitionRecord& partition, u16 type, u16 id, FlashAddress slot, NewItem new_item);
-
-/// The same for a location found right after DirFindLocation() did not know it: the cache need not be asked again.
-void DirCacheMissing(PartitionRecord& partition, u16 type, u16 id, FlashAddress slot);
 
 /// Enters the new location of an item that moved.
 void DirUpdateLocation(PartitionRecord& partition, u16 type, u16 id, FlashAddress slot);

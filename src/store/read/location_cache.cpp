@@ -11,13 +11,6 @@ void LocationCache::Place(u8* base, u32 size) {
   StoreTo(base + kCapacityOffset, capacity);
 }
 
-/// Keeps the index in step.
-void LocationCache::SetKey(u16 entry, u32 key) {
-  if (const u32 old = KeyAt(entry); index_ != nullptr && !IsEmptyKey(old)) index_->Unlink(old, entry);
-  StoreTo(Entry(entry), key);
-  if (index_ != nullptr && !IsEmptyKey(key)) index_->Link(key, entry);
-}
-
 u16 LocationCache::LookThrough(u32 key) const {
   const u16 head = LoadFrom<u16>(base_ + kHeadOffset);
   const auto find_down = [&](u16 from, u16 to) -> u16 {
@@ -27,14 +20,6 @@ u16 LocationCache::LookThrough(u32 key) const {
   };
   const u16 newer = find_down(head, 0);
   return newer != kNoCacheEntry ? newer : find_down(capacity(), head);
-}
-
-void LocationCache::Insert(u16 type, u16 id, FlashAddress slot) {
-  const u16 head = LoadFrom<u16>(base_ + kHeadOffset);
-  SetKey(head, KeyValue(type, id));
-  set_slot(head, slot);
-  const u16 next = static_cast<u16>(head + 1);
-  StoreTo(base_ + kHeadOffset, next == capacity() ? u16{0} : next);
 }
 
 void LocationCache::Forget(u16 type, u16 id) {

@@ -35,13 +35,19 @@ class LocationCache {
   u16 Find(u16 type, u16 id) const {
     const u32 key = KeyValue(type, id);
     if (index_ == nullptr || IsEmptyKey(key)) return LookThrough(key);
-    return index_->Find(key, [this](u16 entry) { return KeyAt(entry); });
+    return index_->Find(key);
   }
   FlashAddress slot(u16 entry) const { return LoadFrom<FlashAddress>(Entry(entry) + kSlotOffset); }
   void set_slot(u16 entry, FlashAddress slot) { StoreTo(Entry(entry) + kSlotOffset, slot); }
 
   /// Overwrites the oldest entry. The item must not be cached yet.
-  void Insert(u16 type, u16 id, FlashAddress slot);
+  void Insert(u16 type, u16 id, FlashAddress slot) {
+    const u16 head = LoadFrom<u16>(base_ + kHeadOffset);
+    SetKey(head, KeyValue(type, id));
+    set_slot(head, slot);
+    const u16 next = static_cast<u16>(head + 1);
+    StoreTo(base_ + kHeadOffset, next == capacity() ? u16{0} : next);
+  }
   /// Empties the entry of an item. It still matches an item of type 0, which only damage makes and which has no other.
   void Forget(u16 type, u16 id);
 
@@ -62,7 +68,13 @@ class LocationCache {
 
   u8* Entry(u16 index) const { return base_ + kFirstEntryOffset + std::size_t{index} * kEntrySize; }
   u32 KeyAt(u16 entry) const { return LoadFrom<u32>(Entry(entry)); }
-  void SetKey(u16 entry, u32 key);
+  /// Keeps the index in step.
+  void SetKey(u16 entry, u32 key) {
+    StoreTo(Entry(entry), key);
+    if (index_ == nullptr) return;
+    index_->Unlink(entry);
+    if (!IsEmptyKey(key)) index_->Link(key, entry);
+  }
   u16 LookThrough(u32 key) const;
 
   u8* base_;

@@ -45,42 +45,49 @@ bool SearchBlock(const PartitionRecord& partition, u16 index, FlashAddress first
   return false;
 }
 
+void TakeIndexed(const ItemIndex& index, u16 type, u16 id, const IndexedSlot& found, SearchResult& result) {
+  result.slot = found.slot;
+  result.block = index.BlockOf(found.slot);
+  result.header = {.type = type, .id = id, .word = found.word};
+}
+
+/// Most callers go on to the record, whose payload ends at its length word.
+void FetchRecord(const PartitionRecord& partition, const SearchResult& item) {
+  FetchBytes(LengthWordAddress(partition.block_table[item.block].base, item.header.word));
+}
+
 /// One pass over the partition's slots, by the index or by a walk.
 bool SearchSlots(const PartitionRecord& partition, u16 type, u16 id, SearchStart start, SearchResult& result) {
   ItemIndex* const index = IndexOf(partition);
   if (index == nullptr || (id == kAnyId && !index->CanList())) return WalkBlocks(partition, type, id, start, result);
   const FlashAddress after = start.ContinuesAfterSlot() ? start.slot() : 0;
   if (id != kAnyId) {
-    const IndexedSlot found = index->Find(type, id, after);
-    result.slot = found.slot;
-    result.header = {.type = type, .id = id, .word = found.word};
+    TakeIndexed(*index, type, id, index->Find(type, id, after), result);
   } else if ((result.slot = index->Find(type, after)) != 0) {
+    result.block = index->BlockOf(result.slot);
     result.header = ReadHeader(result.slot);
   }
-  if (!result.found()) return false;
-  result.block = index->BlockOf(result.slot);
-  // Most callers go on to the record, whose payload ends at its length word.
-  FetchBytes(LengthWordAddress(partition.block_table[result.block].base, result.header.word));
-  return true;
+  if (result.found()) FetchRecord(partition, result);
+  return result.found();
+}
+
+void TakeLocation(const PartitionRecord& partition, const DirLocation& location, SearchResult& result) {
+  if (location.knowledge != DirKnowledge::kFound) return;
+  result.slot = location.slot;
+  result.block = BlockOfAddress(partition, location.slot);
+  result.header = ReadHeader(location.slot);
 }
 
 /// @return whether the directory settled the search, one way or the other
 bool AskDirectory(PartitionRecord& partition, u16 type, u16 id, SearchResult& result) {
   const DirLocation location = DirFindLocation(partition, type, id);
-  if (location.knowledge == DirKnowledge::kUnknown) return false;
-  if (location.knowledge == DirKnowledge::kFound) {
-    result.slot = location.slot;
-    result.block = BlockOfAddress(partition, location.slot);
-    result.header = ReadHeader(location.slot);
-  }
-  return true;
+  TakeLocation(partition, location, result);
+  return location.knowledge != DirKnowledge::kUnknown;
 }
 
-}  // namespace
-
-u16 SearchResult::Missing() const { return error != code::kOk ? error : Fail(code::kItemNotFound); }
-
-SearchResult FindItem(PartitionRecord& partition, u16 type, u16 id, Caching caching, SearchStart start) {
+/// The search in all its steps.
+[[gnu::noinline]] SearchResult FindStepwise(PartitionRecord& partition, u16 type, u16 id, Caching caching,
+                                            SearchStart start) {
   SearchResult result;
   const bool asks_directory = start.MayAskDirectory() && id != kAnyId;
   if (asks_directory && AskDirectory(partition, type, id, result)) return result;
@@ -94,13 +101,42 @@ SearchResult FindItem(PartitionRecord& partition, u16 type, u16 id, Caching cach
     if (SearchSlots(partition, type, id, start, result)) break;
     if (flag.StillValid()) return result;
   }
-  if (caching == Caching::kOff) return result;
-  // Without hooks of the program's own nothing has come between.
-  if (asks_directory && OwnHooks() == nullptr)
-    DirCacheMissing(partition, type, id, result.slot);
-  else
-    DirRecordLocation(partition, type, result.header.id, result.slot, NewItem::kNo);
+  if (caching == Caching::kOn) DirRecordLocation(partition, type, result.header.id, result.slot, NewItem::kNo);
   return result;
+}
+
+/// The same for an item's name while the default hooks are in force and the index needs no work: nothing comes between
+/// the steps, so those that only a hook could see are left out, and the record is on its way before the location cache
+/// is asked and kept.
+SearchResult FindAtOnce(PartitionRecord& partition, ItemIndex& index, u16 type, u16 id, Caching caching) {
+  SearchResult indexed;
+  if (const IndexedSlot found = index.Find(type, id, 0); found.slot != 0) {
+    TakeIndexed(index, type, id, found, indexed);
+    FetchRecord(partition, indexed);
+  }
+  LocationCache cache(partition);
+  const DirLocation location = DirLook(partition, cache, type, id);
+  if (location.knowledge == DirKnowledge::kFound && location.slot == indexed.slot) return indexed;
+  SearchResult result;
+  if (location.knowledge != DirKnowledge::kUnknown) {
+    TakeLocation(partition, location, result);
+  } else if (!PassHuntFlag(partition)) {
+    result.error = code::kOutOfHuntFlags;
+  } else {
+    if (indexed.found() && caching == Caching::kOn && cache) cache.Insert(type, id, indexed.slot);
+    return indexed;
+  }
+  return result;
+}
+
+}  // namespace
+
+u16 SearchResult::Missing() const { return error != code::kOk ? error : Fail(code::kItemNotFound); }
+
+SearchResult FindItem(PartitionRecord& partition, u16 type, u16 id, Caching caching, SearchStart start) {
+  if (OwnHooks() == nullptr && start.MayAskDirectory() && id != kAnyId)
+    if (ItemIndex* const index = FreshIndexOf(partition)) return FindAtOnce(partition, *index, type, id, caching);
+  return FindStepwise(partition, type, id, caching, start);
 }
 
 }  // namespace vok

@@ -21,6 +21,10 @@ struct Acceleration {
 };
 inline constinit std::array<Acceleration, 256> accelerations{};  ///< by partition number
 
+inline const Acceleration& AccelerationOf(const PartitionRecord& partition) {
+  return accelerations[NumberOf(partition)];
+}
+
 ItemIndex* MakeIndex(const PartitionRecord& partition);
 OpenBlocks* MakeOpenBlocks(const PartitionRecord& partition);
 
@@ -31,22 +35,26 @@ inline constexpr bool kAccelerationIsOn = VOK_ACCELERATION != 0;
 /// The item index of a partition in step with its bytes, from its mount on; null when a walk must answer.
 inline ItemIndex* IndexOf(const PartitionRecord& partition) {
   if (!kAccelerationIsOn || !IsMounted(partition) || ImageIsLent()) return nullptr;
-  ItemIndex* index = detail::accelerations[NumberOf(partition)].items;
+  ItemIndex* index = detail::AccelerationOf(partition).items;
   if (index == nullptr) index = detail::MakeIndex(partition);
   return index != nullptr && index->Refresh() ? index : nullptr;
+}
+
+/// The same if that takes no work; null also when it does.
+inline ItemIndex* FreshIndexOf(const PartitionRecord& partition) {
+  ItemIndex* const index = detail::AccelerationOf(partition).items;
+  return index != nullptr && index->IsFresh() && IsMounted(partition) && !ImageIsLent() ? index : nullptr;
 }
 
 /// Makes the index of a location cache that was just laid out, empty.
 void MakeCacheIndex(const PartitionRecord& partition, u16 capacity);
 /// Null when the cache must be looked through.
-inline CacheIndex* CacheIndexOf(const PartitionRecord& partition) {
-  return detail::accelerations[NumberOf(partition)].cache;
-}
+inline CacheIndex* CacheIndexOf(const PartitionRecord& partition) { return detail::AccelerationOf(partition).cache; }
 
 /// The open blocks of a partition, from its mount on; null when all blocks must be looked at.
 inline const OpenBlocks* OpenBlocksOf(const PartitionRecord& partition) {
   if (!kAccelerationIsOn || !IsMounted(partition)) return nullptr;
-  OpenBlocks* blocks = detail::accelerations[NumberOf(partition)].open_blocks;
+  OpenBlocks* blocks = detail::AccelerationOf(partition).open_blocks;
   if (blocks == nullptr) blocks = detail::MakeOpenBlocks(partition);
   return blocks != nullptr && blocks->Refresh() ? blocks : nullptr;
 }

@@ -13,9 +13,7 @@ ItemIndex::ItemIndex(const PartitionRecord& partition)
       block_shift_(std::has_single_bit(partition.block_size) ? static_cast<u32>(std::countr_zero(partition.block_size))
                                                              : 0) {
   blocks_.reset(new (std::nothrow) Coverage[partition.block_count]());
-  // Odd block sizes would give slots odd addresses.
-  given_up_ = blocks_ == nullptr || end_ > kFlashSize || partition.block_size % 2 != 0 ||
-              partition.block_size <= block_header::kSize;
+  given_up_ = blocks_ == nullptr || end_ > kFlashSize || partition.block_size <= block_header::kSize;
 }
 
 bool ItemIndex::CatchUp() {
@@ -107,7 +105,7 @@ void ItemIndex::ReadOn(u16 block) {
 /// A full table is made anew, larger, by the next search.
 void ItemIndex::Add(FlashAddress slot, const SlotHeader& header) {
   lists_hold_ = false;
-  if (!slots_.Insert(NameOf(header.type, header.id), {.slot = slot, .word = header.word})) Forget();
+  if (!slots_.Insert(NameOf(header.type, header.id), {.slot = static_cast<u32>(slot), .word = header.word})) Forget();
 }
 
 void ItemIndex::Remove(u32 name, FlashAddress slot) {

@@ -23,7 +23,11 @@ class ItemIndex {
 
   /// Follows what changed. @return false when only a walk can answer: no memory, a partition that is not wholly inside
   /// the image, or a slot list that runs into its block's end, which every search reports
-  bool Refresh() { return IsFresh() ? runs_out_ == 0 : CatchUp(); }
+  bool Refresh() { return IsFresh() || CatchUp(); }
+  /// Whether nothing changed since it could answer.
+  bool IsFresh() const {
+    return layout_ == &CurrentLayout() && states_seen_ == block_state_changes && pending_ == kNothing && runs_out_ == 0;
+  }
 
   /// @name Answers of a fresh index
   /// @{
@@ -58,9 +62,6 @@ class ItemIndex {
     u32 slots;     ///< length of the slot list
   };
 
-  bool IsFresh() const {
-    return layout_ == &CurrentLayout() && states_seen_ == block_state_changes && pending_ == kNothing;
-  }
   bool CatchUp();
   bool Build();
   void Forget();

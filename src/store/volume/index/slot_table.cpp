@@ -1,6 +1,5 @@
 #include "store/volume/index/slot_table.h"
 
-#include <bit>
 #include <new>
 
 namespace vok {
@@ -14,13 +13,12 @@ void SlotTable::Release() {
 bool SlotTable::Reserve(u32 slots) {
   Release();
   if (is_tree_) return true;
-  const u32 wanted = slots + slots / 16 + 16;
-  const u32 capacity = std::bit_ceil(wanted + wanted / 2);
-  cells_.reset(new (std::nothrow) Cell[capacity]());
-  if (cells_ == nullptr) return false;
-  mask_ = capacity - 1;
-  shift_ = 64 - static_cast<u32>(std::bit_width(mask_));
-  limit_ = capacity / 3 * 2;
+  constexpr u32 kFilledTo = 4, kFullAt = 6;  // slots of a bucket, on average
+  const u32 count = slots / kFilledTo + 4;
+  buckets_.reset(new (std::nothrow) Bucket[count]());
+  if (buckets_ == nullptr) return false;
+  bucket_count_ = count;
+  limit_ = count * kFullAt;
   return true;
 }
 
@@ -40,19 +38,52 @@ IndexedSlot SlotTable::FindInTree(u32 name, FlashAddress after) const {
   return {.slot = static_cast<u32>(found->first), .word = found->second};
 }
 
+IndexedSlot SlotTable::FindAmongMany(u32 name, FlashAddress after) const {
+  const u64 hash = HashOf(name);
+  const u64 tags = TagsOf(hash);
+  IndexedSlot lowest;
+  u32 left = kLongestSearch;
+  for (u32 i = HomeOf(hash);; i = Next(i)) {
+    const Bucket& bucket = buckets_[i];
+    for (u64 same = EqualTags(bucket.tags, tags); same != 0; same &= same - 1) {
+      const IndexedSlot& entry = bucket.entries[PlaceOf(same)];
+      if (entry.slot > after && (lowest.slot == 0 || entry.slot < lowest.slot) && NameAt(entry.slot) == name)
+        lowest = entry;
+    }
+    if (PassersOf(bucket) == 0 || --left == 0) return lowest;
+  }
+}
+
 bool SlotTable::Insert(u32 name, const IndexedSlot& slot) {
   if (is_tree_) return InsertIntoTree(name, slot);
-  if (taken_ >= limit_) return false;
+  if (size_ >= limit_) return false;
   const u64 hash = HashOf(name);
   u32 i = HomeOf(hash);
-  for (u32 passed = 0; cells_[i].key > kErased; i = Next(i)) {
+  u64 free = EqualTags(buckets_[i].tags, 0);
+  for (u32 passed = 0; free == 0; free = EqualTags(buckets_[i].tags, 0)) {
     is_tree_ = ++passed >= kLongestSearch;
     if (is_tree_) return false;
+    if (PassersOf(buckets_[i]) < kMostPassers) buckets_[i].tags += kOnePasser;
+    i = Next(i);
   }
-  if (cells_[i].key == kEmpty) ++taken_;
-  cells_[i] = {.key = KeyOf(hash, slot.slot), .word = slot.word};
+  const u32 place = PlaceOf(free);
+  buckets_[i].tags |= TagOf(hash) << 8 * place;
+  buckets_[i].entries[place] = slot;
   ++size_;
   return true;
+}
+
+/// kBucketSize when the slot is not in the bucket.
+u32 SlotTable::PlaceOfSlot(const Bucket& bucket, u64 tags, FlashAddress slot) {
+  for (u64 same = EqualTags(bucket.tags, tags); same != 0; same &= same - 1)
+    if (bucket.entries[PlaceOf(same)].slot == slot) return PlaceOf(same);
+  return kBucketSize;
+}
+
+/// A slot that found the buckets from @p home on full, up to @p end, is no more.
+void SlotTable::LeaveOut(u32 home, u32 end) {
+  for (u32 i = home; i != end; i = Next(i))
+    if (PassersOf(buckets_[i]) < kMostPassers) buckets_[i].tags -= kOnePasser;
 }
 
 void SlotTable::Erase(u32 name, FlashAddress slot) {
@@ -61,15 +92,17 @@ void SlotTable::Erase(u32 name, FlashAddress slot) {
     return;
   }
   const u64 hash = HashOf(name);
-  const u32 key = KeyOf(hash, slot);
-  u32 i = HomeOf(hash);
-  for (u32 passed = 0; cells_[i].key != key; i = Next(i))
-    if (cells_[i].key == kEmpty || ++passed >= kLongestSearch) return;
+  const u64 tags = TagsOf(hash);
+  const u32 home = HomeOf(hash);
+  u32 i = home;
+  u32 place = PlaceOfSlot(buckets_[i], tags, slot);
+  for (u32 passed = 0; place == kBucketSize; place = PlaceOfSlot(buckets_[i], tags, slot)) {
+    if (PassersOf(buckets_[i]) == 0 || ++passed >= kLongestSearch) return;
+    i = Next(i);
+  }
+  buckets_[i].tags &= ~(u64{0xFF} << 8 * place);
   --size_;
-  cells_[i].key = kErased;
-  // At the end of a run nothing lies behind the erased cells, and searches may end before them.
-  if (cells_[Next(i)].key != kEmpty) return;
-  for (; cells_[i].key == kErased; i = (i - 1) & mask_, --taken_) cells_[i].key = kEmpty;
+  LeaveOut(home, i);
 }
 
 }  // namespace vok
