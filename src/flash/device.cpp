@@ -84,7 +84,7 @@ void SetEraseSize(u32 bytes) { erase_size = bytes; }
 
 u16 FlashProgram16(u16 value, FlashAddress address) {
   return Program(address, [&](u32 at) {
-    // Nearly every step is a word: those of the default device go without the virtual call.
+    // Steps of the default device go without the virtual call.
     return installed_device != nullptr ? installed_device->ProgramWord16(at, value)
                                        : default_device.FlashDevice::ProgramWord16(at, value);
   });
@@ -96,7 +96,10 @@ u16 FlashProgram32(u32 value, FlashAddress address) {
 }
 
 u16 FlashProgramBuffer(FlashAddress address, const u8* data, u32 length) {
-  return Program(address, [&](u32 at) { return Device().ProgramBytes(data, at, length); });
+  return Program(address, [&](u32 at) {
+    return installed_device != nullptr ? installed_device->ProgramBytes(data, at, length)
+                                       : default_device.FlashDevice::ProgramBytes(data, at, length);
+  });
 }
 
 u16 FlashEraseBlock(FlashAddress address) {

@@ -42,7 +42,8 @@ u16 FinishReplacement(PartitionRecord& partition, u8 mode, u16 type, u16 id, con
 }
 
 OverwriteAnswer AskOverwrite(const PartitionRecord& partition, FlashAddress address, const u8* data, u32 length) {
-  switch (Hooks().CheckProgramOver(NumberOf(partition), static_cast<u32>(address), data, length)) {
+  if (OwnHooks() == nullptr) return OverwriteAnswer::kInPlace;
+  switch (OwnHooks()->CheckProgramOver(NumberOf(partition), static_cast<u32>(address), data, length)) {
     case code::kOk: return OverwriteAnswer::kInPlace;
     case code::kWriteRedundant: return OverwriteAnswer::kNothingToDo;
     case code::kInvalidParameter: return OverwriteAnswer::kRefused;

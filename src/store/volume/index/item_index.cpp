@@ -13,7 +13,9 @@ ItemIndex::ItemIndex(const PartitionRecord& partition)
       block_shift_(std::has_single_bit(partition.block_size) ? static_cast<u32>(std::countr_zero(partition.block_size))
                                                              : 0) {
   blocks_.reset(new (std::nothrow) Coverage[partition.block_count]());
-  given_up_ = blocks_ == nullptr || end_ > kFlashSize || partition.block_size <= block_header::kSize;
+  // In a block of odd size a slot's type may run into the next block.
+  given_up_ = blocks_ == nullptr || end_ > kFlashSize || partition.block_size % 2 != 0 ||
+              partition.block_size <= block_header::kSize;
 }
 
 bool ItemIndex::CatchUp() {
@@ -22,8 +24,7 @@ bool ItemIndex::CatchUp() {
     if (states_seen_ != block_state_changes) FollowStates();
     SettlePending();
   }
-  // The first filling may find that the table must be a tree.
-  if (layout_ != &CurrentLayout() && !Build() && !Build()) {
+  if (layout_ != &CurrentLayout() && !Build()) {
     given_up_ = true;
     Forget();
     return false;
@@ -52,14 +53,35 @@ void ItemIndex::ForEachValid(Use use) const {
   }
 }
 
-bool ItemIndex::Build() {
+u32 ItemIndex::CountValid() const {
+  u32 count = 0;
+  ForEachValid([&count](const SlotWalk&) { ++count; });
+  return count;
+}
+
+/// The number of Valid slots as the RAM records tell it, without a look at the slots. It is too high for a block that
+/// was erased since the mount, whose slot count goes on from what it was.
+u32 ItemIndex::LikelyCount() const {
+  u32 count = 0;
+  for (u16 i = 0; i < partition_.block_count; ++i) {
+    const BlockRecord& block = Record(i);
+    if (IsSearched(block) && block.slot_count > block.deleted_slots)
+      count += std::min(block.slot_count - block.deleted_slots, partition_.block_size / CurrentLayout().slot_size());
+  }
+  return count;
+}
+
+/// The likely number may be wrong, and a filling may find that the table must be a tree.
+bool ItemIndex::Build() { return Fill(LikelyCount()) || Fill(CountValid()) || Fill(CountValid()); }
+
+/// @return false without memory, or when the table is too small or much too large
+bool ItemIndex::Fill(u32 expected) {
   Forget();
-  u32 valid = 0;
-  ForEachValid([&valid](const SlotWalk&) { ++valid; });
-  if (!slots_.Reserve(valid)) return false;
+  if (!slots_.Reserve(expected)) return false;
   layout_ = &CurrentLayout();
   slot_size_ = layout_->slot_size();
   FollowStates();
+  if (layout_ != nullptr && slots_.size() < expected / 2) Forget();
   return layout_ != nullptr;
 }
 
@@ -122,8 +144,9 @@ void ItemIndex::BeforeChange(FlashAddress address, u64 count) {
   const u16 block = BlockOf(first);
   if (layout_ != &CurrentLayout() || BlockOf(last) != block) return Forget();
 
-  // A pending slot may have become one more of the list.
-  const FlashAddress watched_end = SlotAt(block, blocks_[block].slots + 2);
+  // Of what follows the list nothing counts but the type that ends it: what follows a pending slot is read with it. In
+  // a full block the lowest record lies right behind, and it may change often.
+  const FlashAddress watched_end = SlotAt(block, blocks_[block].slots) + sizeof(u16);
   const FlashAddress slots = SlotAt(block, 0);
   if (!blocks_[block].covered || first >= watched_end || last < slots) return;
   const u32 number = first > slots ? static_cast<u32>(first - slots) / slot_size_ : 0;

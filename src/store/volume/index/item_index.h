@@ -64,6 +64,9 @@ class ItemIndex {
 
   bool CatchUp();
   bool Build();
+  bool Fill(u32 expected);
+  u32 LikelyCount() const;
+  u32 CountValid() const;
   void Forget();
   template <typename Use>
   void ForEachValid(Use use) const;

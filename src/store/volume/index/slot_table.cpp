@@ -54,22 +54,13 @@ IndexedSlot SlotTable::FindAmongMany(u32 name, FlashAddress after) const {
   }
 }
 
-bool SlotTable::Insert(u32 name, const IndexedSlot& slot) {
-  if (is_tree_) return InsertIntoTree(name, slot);
-  if (size_ >= limit_) return false;
-  const u64 hash = HashOf(name);
-  u32 i = HomeOf(hash);
-  u64 free = EqualTags(buckets_[i].tags, 0);
-  for (u32 passed = 0; free == 0; free = EqualTags(buckets_[i].tags, 0)) {
+/// Goes on from a full bucket to the next one with a free place. @return false when it is too far away
+bool SlotTable::PassOn(u32& i) {
+  for (u32 passed = 0; FreePlaces(buckets_[i]) == 0; i = Next(i)) {
     is_tree_ = ++passed >= kLongestSearch;
     if (is_tree_) return false;
     if (PassersOf(buckets_[i]) < kMostPassers) buckets_[i].tags += kOnePasser;
-    i = Next(i);
   }
-  const u32 place = PlaceOf(free);
-  buckets_[i].tags |= TagOf(hash) << 8 * place;
-  buckets_[i].entries[place] = slot;
-  ++size_;
   return true;
 }
 

@@ -37,7 +37,21 @@ class SlotTable {
   void Release();
 
   /// @return false when the table is full or must become a tree; it is to be filled anew then
-  bool Insert(u32 name, const IndexedSlot& slot);
+  bool Insert(u32 name, const IndexedSlot& slot) {
+    if (is_tree_) [[unlikely]]
+      return InsertIntoTree(name, slot);
+    if (size_ >= limit_) return false;
+    const u64 hash = HashOf(name);
+    u32 i = HomeOf(hash);
+    if (FreePlaces(buckets_[i]) == 0) [[unlikely]]
+      if (!PassOn(i)) return false;
+    Bucket& bucket = buckets_[i];
+    const u32 place = PlaceOf(FreePlaces(bucket));
+    bucket.tags |= TagOf(hash) << 8 * place;
+    bucket.entries[place] = slot;
+    ++size_;
+    return true;
+  }
   /// Does nothing when the slot is not in the table under this name.
   void Erase(u32 name, FlashAddress slot);
 
@@ -81,6 +95,7 @@ class SlotTable {
     const u64 difference = a ^ b;
     return ~(((difference & kTagBits) + kTagBits) | difference) & ~kTagBits & (kOnePasser - 1);
   }
+  static u64 FreePlaces(const Bucket& bucket) { return EqualTags(bucket.tags, 0); }
   static bool IsOneAtMost(u64 equal) { return (equal & (equal - 1)) == 0; }
   /// The entry of the lowest bit that EqualTags() gave.
   static u32 PlaceOf(u64 equal) { return static_cast<u32>(std::countr_zero(equal)) / 8; }
@@ -88,6 +103,7 @@ class SlotTable {
 
   u32 HomeOf(u64 hash) const { return static_cast<u32>((hash >> 32) * bucket_count_ >> 32); }
   u32 Next(u32 i) const { return i + 1 != bucket_count_ ? i + 1 : 0; }
+  bool PassOn(u32& i);
   IndexedSlot FindAmongMany(u32 name, FlashAddress after) const;
   static u32 PlaceOfSlot(const Bucket& bucket, u64 tags, FlashAddress slot);
   void LeaveOut(u32 home, u32 end);
