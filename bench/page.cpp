@@ -25,9 +25,9 @@ double RatioAt(const Times& times, const Workload& workload, std::uint32_t versi
 }
 
 /// The power of the item count with which the whole time grows.
-double GrowthExponent(const Times& times, const Workload& workload, std::uint32_t version) {
-  const double growth = TimeAt(times, workload, version, kCounts.back(), Side::kStore) /
-                        TimeAt(times, workload, version, kCounts.front(), Side::kStore);
+double GrowthExponent(const Times& times, const Workload& workload, std::uint32_t version, Side side) {
+  const double growth =
+      TimeAt(times, workload, version, kCounts.back(), side) / TimeAt(times, workload, version, kCounts.front(), side);
   return std::log(growth) / std::log(double{kCounts.back()} / kCounts.front());
 }
 
@@ -55,8 +55,9 @@ void Replace(std::string& text, const std::string& mark, const std::string& valu
 
 std::string Table(const Times& times, std::uint32_t version) {
   std::ostringstream out;
-  out << "| workload | ns, N = 1000 | 4000 | 16 000 | yardstick, 16 000 | ratio, 8000 | 16 000 | goal | growth |\n"
-         "|---|--:|--:|--:|--:|--:|--:|--:|--:|\n";
+  out << "| workload | ns, N = 1000 | 4000 | 16 000 | yardstick, 16 000 | ratio, 8000 | 16 000 | goal | growth | "
+         "yardstick's |\n"
+         "|---|--:|--:|--:|--:|--:|--:|--:|--:|--:|\n";
   for (const Workload& workload : Workloads()) {
     out << "| " << workload.title;
     for (const std::uint32_t count : {1000u, 4000u, 16000u})
@@ -64,8 +65,10 @@ std::string Table(const Times& times, std::uint32_t version) {
     out << " | " << Number(PerOperation(times, workload, version, 16000, Side::kYardstick), 1);
     for (const std::uint32_t count : {8000u, 16000u})
       out << " | " << Number(RatioAt(times, workload, version, count), 2);
-    out << " | " << (workload.goal != 0 ? "≤ " + Number(workload.goal, 1) : "") << " | "
-        << Number(GrowthExponent(times, workload, version), 2) << " |\n";
+    out << " | " << (workload.goal != 0 ? "≤ " + Number(workload.goal, 1) : "");
+    for (const Side side : {Side::kStore, Side::kYardstick})
+      out << " | " << Number(GrowthExponent(times, workload, version, side), 2);
+    out << " |\n";
   }
   return out.str();
 }

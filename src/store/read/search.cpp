@@ -45,6 +45,7 @@ bool SearchBlock(const PartitionRecord& partition, u16 index, FlashAddress first
   return false;
 }
 
+/// Without a slot nothing is found, and the rest means nothing.
 void TakeIndexed(const ItemIndex& index, u16 type, u16 id, const IndexedSlot& found, SearchResult& result) {
   result.slot = found.slot;
   result.block = index.BlockOf(found.slot);
@@ -52,8 +53,8 @@ void TakeIndexed(const ItemIndex& index, u16 type, u16 id, const IndexedSlot& fo
 }
 
 /// Most callers go on to the record, whose payload ends at its length word.
-void FetchRecord(const PartitionRecord& partition, const SearchResult& item) {
-  FetchBytes(LengthWordAddress(partition.block_table[item.block].base, item.header.word));
+void FetchRecord(const PartitionRecord& partition, u16 block, u32 word) {
+  FetchBytes(LengthWordAddress(partition.block_table[block].base, word));
 }
 
 /// One pass over the partition's slots, by the index or by a walk.
@@ -67,7 +68,7 @@ bool SearchSlots(const PartitionRecord& partition, u16 type, u16 id, SearchStart
     result.block = index->BlockOf(result.slot);
     result.header = ReadHeader(result.slot);
   }
-  if (result.found()) FetchRecord(partition, result);
+  if (result.found()) FetchRecord(partition, result.block, result.header.word);
   return result.found();
 }
 
@@ -108,24 +109,23 @@ bool AskDirectory(PartitionRecord& partition, u16 type, u16 id, SearchResult& re
 /// The same for an item's name while the default hooks are in force and the index needs no work: nothing comes between
 /// the steps, so those that only a hook could see are left out, and the record is on its way before the location cache
 /// is asked and kept.
-SearchResult FindAtOnce(PartitionRecord& partition, ItemIndex& index, u16 type, u16 id, Caching caching) {
-  SearchResult indexed;
-  if (const IndexedSlot found = index.Find(type, id, 0); found.slot != 0) {
-    TakeIndexed(index, type, id, found, indexed);
-    FetchRecord(partition, indexed);
-  }
+SearchResult FindAtOnce(PartitionRecord& partition, const ItemIndex& index, u16 type, u16 id, Caching caching) {
   LocationCache cache(partition);
-  const DirLocation location = DirLook(partition, cache, type, id);
-  if (location.knowledge == DirKnowledge::kFound && location.slot == indexed.slot) return indexed;
   SearchResult result;
-  if (location.knowledge != DirKnowledge::kUnknown) {
+  const IndexedSlot found = index.Find(type, id, 0);
+  if (found.slot != 0) FetchRecord(partition, index.BlockOf(found.slot), found.word);
+  const DirLocation location = DirLook(partition, cache, type, id);
+  if (location.knowledge == DirKnowledge::kUnknown) {
+    if (!PassHuntFlag(partition)) {
+      result.error = code::kOutOfHuntFlags;
+      return result;
+    }
+    if (found.slot != 0 && caching == Caching::kOn && cache) cache.Insert(type, id, found.slot);
+  } else if (location.slot != found.slot) [[unlikely]] {
     TakeLocation(partition, location, result);
-  } else if (!PassHuntFlag(partition)) {
-    result.error = code::kOutOfHuntFlags;
-  } else {
-    if (indexed.found() && caching == Caching::kOn && cache) cache.Insert(type, id, indexed.slot);
-    return indexed;
+    return result;
   }
+  TakeIndexed(index, type, id, found, result);
   return result;
 }
 
