@@ -106,7 +106,7 @@ bool AskDirectory(PartitionRecord& partition, u16 type, u16 id, SearchResult& re
   return result;
 }
 
-/// The same for an item's name while the default hooks are in force and the index needs no work: nothing comes between
+/// The same for an item's name while the default hooks are in force and the index is there: nothing comes between
 /// the steps, so those that only a hook could see are left out, and the record is on its way before the location cache
 /// is asked and kept.
 SearchResult FindAtOnce(PartitionRecord& partition, const ItemIndex& index, u16 type, u16 id, Caching caching) {
@@ -135,7 +135,7 @@ u16 SearchResult::Missing() const { return error != code::kOk ? error : Fail(cod
 
 SearchResult FindItem(PartitionRecord& partition, u16 type, u16 id, Caching caching, SearchStart start) {
   if (OwnHooks() == nullptr && start.MayAskDirectory() && id != kAnyId)
-    if (ItemIndex* const index = FreshIndexOf(partition)) return FindAtOnce(partition, *index, type, id, caching);
+    if (ItemIndex* const index = BuiltIndexOf(partition)) return FindAtOnce(partition, *index, type, id, caching);
   return FindStepwise(partition, type, id, caching, start);
 }
 

@@ -40,10 +40,11 @@ inline ItemIndex* IndexOf(const PartitionRecord& partition) {
   return index != nullptr && index->Refresh() ? index : nullptr;
 }
 
-/// The same if that takes no work; null also when it does.
-inline ItemIndex* FreshIndexOf(const PartitionRecord& partition) {
+/// The same if there is one already; null also when it is yet to be built.
+inline ItemIndex* BuiltIndexOf(const PartitionRecord& partition) {
   ItemIndex* const index = detail::AccelerationOf(partition).items;
-  return index != nullptr && index->IsFresh() && IsMounted(partition) && !ImageIsLent() ? index : nullptr;
+  if (index == nullptr || !index->IsBuilt() || !IsMounted(partition) || ImageIsLent()) return nullptr;
+  return index->Refresh() ? index : nullptr;
 }
 
 /// Makes the index of a location cache that was just laid out, empty.

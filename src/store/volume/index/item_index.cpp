@@ -20,11 +20,11 @@ ItemIndex::ItemIndex(const PartitionRecord& partition)
 
 bool ItemIndex::CatchUp() {
   if (given_up_) return false;
-  if (layout_ == &CurrentLayout()) {
+  if (IsBuilt()) {
     if (states_seen_ != block_state_changes) FollowStates();
     SettlePending();
   }
-  if (layout_ != &CurrentLayout() && !Build()) {
+  if (!IsBuilt() && !Build()) {
     given_up_ = true;
     Forget();
     return false;
@@ -136,13 +136,11 @@ void ItemIndex::Remove(u32 name, FlashAddress slot) {
     *free = std::min(*free, static_cast<u16>(name));
 }
 
-void ItemIndex::BeforeChange(FlashAddress address, u64 count) {
-  if (address >= pending_ && address + count <= pending_ + slot_size_ && pending_ != kNothing) return;
-  if (layout_ == nullptr || address >= end_ || address + count <= base_) return;
-  const FlashAddress first = std::max(address, base_);
-  const FlashAddress last = std::min(address + count, end_) - 1;
+/// Drops what bytes of the partition say that are about to change.
+void ItemIndex::Drop(FlashAddress first, FlashAddress end) {
+  const FlashAddress last = end - 1;
   const u16 block = BlockOf(first);
-  if (layout_ != &CurrentLayout() || BlockOf(last) != block) return Forget();
+  if (!IsBuilt() || BlockOf(last) != block) return Forget();
 
   // Of what follows the list nothing counts but the type that ends it: what follows a pending slot is read with it. In
   // a full block the lowest record lies right behind, and it may change often.

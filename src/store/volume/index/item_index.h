@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <memory>
 
 #include "store/volume/index/slot_table.h"
@@ -24,10 +25,8 @@ class ItemIndex {
   /// Follows what changed. @return false when only a walk can answer: no memory, a partition that is not wholly inside
   /// the image, or a slot list that runs into its block's end, which every search reports
   bool Refresh() { return IsFresh() || CatchUp(); }
-  /// Whether nothing changed since it could answer.
-  bool IsFresh() const {
-    return layout_ == &CurrentLayout() && states_seen_ == block_state_changes && pending_ == kNothing && runs_out_ == 0;
-  }
+  /// Whether it need not read all slots for that.
+  bool IsBuilt() const { return layout_ == &CurrentLayout(); }
 
   /// @name Answers of a fresh index
   /// @{
@@ -53,7 +52,11 @@ class ItemIndex {
   /// @}
 
   /// The bytes are about to change.
-  void BeforeChange(FlashAddress address, u64 count);
+  void BeforeChange(FlashAddress address, u64 count) {
+    const FlashAddress end = address + count;
+    if (pending_ != kNothing && address >= pending_ && end <= pending_ + slot_size_) return;
+    if (layout_ != nullptr && address < end_ && end > base_) Drop(std::max(address, base_), std::min(end, end_));
+  }
 
  private:
   struct Coverage {
@@ -62,6 +65,9 @@ class ItemIndex {
     u32 slots;     ///< length of the slot list
   };
 
+  bool IsFresh() const {
+    return IsBuilt() && states_seen_ == block_state_changes && pending_ == kNothing && runs_out_ == 0;
+  }
   bool CatchUp();
   bool Build();
   bool Fill(u32 expected);
@@ -78,6 +84,7 @@ class ItemIndex {
   void Add(FlashAddress slot, const SlotHeader& header);
   void Remove(u32 name, FlashAddress slot);
 
+  void Drop(FlashAddress first, FlashAddress end);
   void Touch(u16 block, u32 number);
   void SettlePending();
 

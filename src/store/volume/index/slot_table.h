@@ -32,7 +32,7 @@ struct IndexedSlot {
 /// thousands of slots, names whose hashes lie close together), the table is a tree from its next filling on.
 class SlotTable {
  public:
-  /// Empties the table and makes room for @p slots of them and half as many more. @return false without memory
+  /// Empties the table and makes room for @p slots of them and some more. @return false without memory
   bool Reserve(u32 slots);
   void Release();
 
