@@ -13,9 +13,9 @@ void SlotTable::Release() {
 bool SlotTable::Reserve(u32 slots) {
   Release();
   if (is_tree_) return true;
-  // Three and a half in a bucket at first, six when it is full. The least number lets a new store grow in few steps.
-  constexpr u32 kLeastBuckets = 64, kFullAt = 6;
-  const u32 count = kLeastBuckets + slots / 7 * 2;
+  // Slots of a bucket, on average. The least number of buckets lets a new store grow in few steps.
+  constexpr u32 kFilledTo = 4, kFullAt = 6, kLeastBuckets = 64;
+  const u32 count = kLeastBuckets + slots / kFilledTo;
   buckets_.reset(new (std::nothrow) Bucket[count]());
   if (buckets_ == nullptr) return false;
   bucket_count_ = count;
