@@ -78,8 +78,8 @@ class SlotTable {
 
   /// A line of a processor's cache.
   struct alignas(64) Bucket {
-    u64 tags;  ///< a byte for each entry, 0 = free; the highest counts slots that found the bucket full and went on
-    std::array<IndexedSlot, kBucketSize> entries;
+    u64 tags = 0;  ///< a byte for each entry, 0 = free; the highest counts slots that found the bucket full and went on
+    std::array<IndexedSlot, kBucketSize> entries{};
   };
 
   static constexpr u64 kEachTag = 0x01010101010101, kTagBits = 0x7F7F7F7F7F7F7F;
