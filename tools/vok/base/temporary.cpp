@@ -2,6 +2,8 @@
 
 #include <fmt/core.h>
 
+#include <chrono>
+#include <thread>
 #include <vector>
 
 #include "base/failure.h"
@@ -29,11 +31,20 @@ Registry& TheRegistry() {
   return *registry;
 }
 
+/// Where a file that is still open keeps its directory, it is closed soon: whoever writes it can begin no other one.
+void RemoveSoon(const fs::path& path) {
+  constexpr int kTries = 100;
+  std::error_code ignored;
+  for (int tries = 0; tries < kTries && platform::StampOf(path); ++tries) {
+    if (tries != 0) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    fs::remove_all(path, ignored);
+  }
+}
+
 /// The mutex is kept: no other thread makes anything more.
 void RemoveAllBeforeEnd() {
   TheRegistry().mutex.lock();
-  std::error_code ignored;
-  for (const fs::path& path : TheRegistry().paths) fs::remove_all(path, ignored);
+  for (const fs::path& path : TheRegistry().paths) RemoveSoon(path);
 }
 
 fs::path NameBeside(const fs::path& place) {
