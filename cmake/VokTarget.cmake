@@ -15,3 +15,9 @@ function(vok_configure_target target)
     target_link_options(${target} PRIVATE -fsanitize=${VOK_SANITIZE})
   endif()
 endfunction()
+
+# What only drives others: compiling it takes longer than running it.
+function(vok_configure_tests target)
+  vok_configure_target(${target})
+  target_compile_options(${target} PRIVATE $<$<CONFIG:Debug>:-O0>)
+endfunction()
