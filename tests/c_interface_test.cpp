@@ -102,7 +102,10 @@ TEST_F(CInterfaceTest, ACheckTellsWhatAMountWillDoAndChangesNothing) {
     const std::vector<vok_report> mount = Reports(vok_mount);
     bool due = false;
     ASSERT_EQ(check.size(), mount.size());
+    const std::vector<vok_section> sections = All<vok_section>(vok_sections);
+    ASSERT_EQ(sections.size(), mount.size());
     for (std::size_t i = 0; i < check.size(); ++i) {
+      EXPECT_EQ(mount[i].partition, sections[i].partition);
       EXPECT_EQ(std::memcmp(&check[i], &mount[i], sizeof check[i]), 0) << check[i].section;
       EXPECT_EQ(check[i].check_code == 0, check[i].programs + check[i].erases == 0) << check[i].section;
       due = due || check[i].check_code != 0;

@@ -146,6 +146,20 @@ TEST_P(RepairTest, JournalRecordsThatFitNoItemArePassedOver) {
   EXPECT_EQ(Remount(2), 0);
 }
 
+TEST_P(RepairTest, APartThatEndsWithItsItemIsWritten) {
+  const Bytes news = Payload(77, 6);
+  device_.steps.clear();
+  ASSERT_EQ(WriteItemPart(0, 1, 5, 0, news.data(), 6, 24), 0);
+  const int steps = static_cast<int>(device_.steps.size());
+  SetUp();
+  CutAt(steps - WordSteps() - 1, [&] { WriteItemPart(0, 1, 5, 0, news.data(), 6, 24); });
+  ASSERT_EQ(Item(5, 0), Item3(0));
+  ASSERT_EQ(Remount(2), 0);
+  Bytes expected = Item3(0);
+  std::copy(news.begin(), news.end(), expected.begin() + 24);
+  EXPECT_EQ(Item(5, 0), expected);
+}
+
 TEST_P(RepairTest, NothingIsPlacedOverLiveItemsBelowATornLocation) {
   ASSERT_EQ(Write(6, 9, Payload(4, 21)), 0);
   ASSERT_EQ(DeleteItem(0, 6, 9), 0);
