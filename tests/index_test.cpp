@@ -156,6 +156,15 @@ TEST_P(IndexTest, ANameMayStandInThousandsOfSlots) {
   EXPECT_EQ(Item(1, 2), Bytes{});
 }
 
+TEST_P(IndexTest, AChangeMayEndWithTheFirstByteOfASlot) {
+  SetUpFormatted(kGeometry);
+  for (std::uint16_t id = 0; id < 3; ++id) ASSERT_EQ(Write(1, id, Payload(id, 8)), 0);
+  EXPECT_EQ(Item(1, 0), Payload(0, 8));
+  worker_.EraseVirtualMemory(SlotAddress(FirstOpened(), 0) + 4, SlotAddress(FirstOpened(), 1) + 1);
+  EXPECT_EQ(ReadCode(1, 1), 119);
+  EXPECT_EQ(Item(1, 2), Payload(2, 8));
+}
+
 TEST_P(IndexTest, WhateverChangesTheBytesSearchesFindWhatAWalkFinds) {
   for (std::uint32_t seed = 0; seed < 60 && !HasFailure(); ++seed) Run(seed, seed % 2 == 0);
 }
