@@ -128,6 +128,24 @@ TEST_F(CheckTest, FindsWhatIsWrongWithRecordsAndNames) {
   expect(0, {0}, "damage.no-signature", "error");
 }
 
+/// A block full of garbage had a finding for each slot, gigabytes of them in all.
+TEST_F(CheckTest, TellsOnceWhatIsWrongWithNeighbours) {
+  Bytes slots;
+  for (int i = 0; i < 600; ++i)
+    for (const int byte : {0, 0, i >> 8, i & 0xFF, i == 300 ? 0x3F : 0x7F, i == 300 ? 0xFF : 0xF0})
+      slots.push_back(static_cast<std::uint8_t>(byte));
+  Overwrite(image_.codeplug, 0x20, slots);
+  std::map<std::string, std::vector<json>> by_code;
+  const json report = Check(image_.Pair(), 1);
+  for (const json& finding : report.at("sections").at(0).at("findings")) by_code[finding.at("code")].push_back(finding);
+  const std::vector<json>& unnamed = by_code["damage.type-zero"];
+  ASSERT_EQ(unnamed.size(), 2U) << "around the dead slot";
+  EXPECT_EQ(unnamed[0].at("slot"), 0);
+  EXPECT_EQ(unnamed[0].at("last_slot"), 299);
+  EXPECT_EQ(unnamed[1].at("count"), 299);
+  EXPECT_EQ(unnamed[1].at("items").size(), 100U);
+}
+
 TEST_F(CheckTest, EveryCodeIsExplained) {
   std::ifstream file(VOK_DOCS "/check.md");
   const std::string page{std::istreambuf_iterator<char>(file), {}};

@@ -45,6 +45,8 @@ class FileSafetyTest : public ToolTest {
   pid_t StartNewThatHangs() const {
     const pid_t child = Start("new d.json --psdt-out p.bin -o pipe");
     WaitForPath(".p.bin.vok-tmp");
+    // Before there are bytes in it another command may be the first to lock it.
+    while (fs::file_size(directory_ / ".p.bin.vok-tmp") == 0) std::this_thread::yield();
     return child;
   }
 

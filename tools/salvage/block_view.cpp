@@ -25,46 +25,76 @@ SlotView ViewSlot(const PartitionRecord& partition, const BlockRecord& block, u3
   return slot;
 }
 
-void AddSlotsBehind(const PartitionRecord& partition, BlockView& view) {
-  RecordLine line(view.end());
-  for (const SlotView& slot : view.slots)
-    if (slot.has_record) line.Take(slot.record);
-  for (const FlashAddress address : SlotsBehind(partition, view.figures, view.slots_end, line)) {
-    const SlotHeader header = ReadHeader(address);
-    view.slots.push_back({.number = static_cast<u32>((address - FirstSlot(view.figures)) / CurrentLayout().slot_size()),
-                          .address = address,
-                          .header = header,
-                          .has_record = true,
-                          .record = LocateRecord(partition, view.figures, header.word),
-                          .behind_list = true});
-  }
-}
+/// Fills the view of a block, slot by slot.
+class BlockReader {
+ public:
+  BlockReader(const PartitionRecord& partition, const KeptSlots& kept, BlockView& view)
+      : partition_(partition), kept_(kept), view_(view), line_(view.end()) {}
 
-/// Takes the counts and the top from the slots, by the rules of the mount scan.
-void SettleFigures(const PartitionRecord& partition, const SlotWalk& walk, BlockView& view) {
-  BlockRecord& figures = view.figures;
-  for (const SlotView& slot : view.slots) {
-    if (slot.has_record) figures.top = slot.record.payload();
-    if (IsUnfinished(slot.header.word) || IsValid(slot.header.word)) continue;
-    ++figures.deleted_slots;
-    if (slot.header.word != 0)
-      figures.dead_bytes += static_cast<u32>(RecordAndSlotSize(ItemDataLength(partition, figures, slot.header)));
+  void Read(UnreachedSlots unreached) {
+    SlotWalk walk(partition_, view_.figures);
+    for (u32 number = 0; walk.AtSlot(); walk.Advance(), ++number)
+      Take(ViewSlot(partition_, view_.figures, number, walk));
+    view_.slots_end = walk.slot();
+    SettleFigures(walk);
+    if (unreached == UnreachedSlots::kRead && !walk.RanOut()) TakeSlotsBehind();
   }
-  figures.slot_count = static_cast<u32>(view.slots.size());
-  figures.next_slot = walk.RanOut() ? 0 : walk.slot();
-  if (!view.slots.empty() && !walk.RanOut()) CloseIfFull(figures);
-}
 
-u64 UnfinishedBytes(const BlockView& view) {
-  u64 bytes = 0;
-  for (const SlotView& slot : view.slots)
-    if (IsUnfinished(slot.header.word))
-      bytes += slot.IsSound() ? RecordAndSlotSize(slot.record.length) : CurrentLayout().slot_size();
-  return bytes;
-}
+  u64 unfinished_bytes() const { return unfinished_bytes_; }
+
+ private:
+  void Take(const SlotView& slot) {
+    ++view_.slot_count;
+    if (slot.has_record) {
+      view_.figures.top = slot.record.payload();
+      line_.Take(slot.record);
+    }
+    Count(slot);
+    if (kept_.Has(slot.header)) view_.slots.push_back(slot);
+  }
+
+  /// By the rules of the mount scan.
+  void Count(const SlotView& slot) {
+    const u32 word = slot.header.word;
+    if (IsUnfinished(word)) {
+      unfinished_bytes_ += slot.IsSound() ? RecordAndSlotSize(slot.record.length) : CurrentLayout().slot_size();
+    } else if (!IsValid(word)) {
+      ++view_.figures.deleted_slots;
+      if (word != 0) view_.figures.dead_bytes += static_cast<u32>(RecordAndSlotSize(slot.record.length));
+    }
+  }
+
+  void SettleFigures(const SlotWalk& walk) {
+    BlockRecord& figures = view_.figures;
+    figures.slot_count = view_.slot_count;
+    figures.next_slot = walk.RanOut() ? 0 : walk.slot();
+    if (view_.slot_count != 0 && !walk.RanOut()) CloseIfFull(figures);
+  }
+
+  void TakeSlotsBehind() {
+    const u32 size = CurrentLayout().slot_size();
+    for (const FlashAddress address : SlotsBehind(partition_, view_.figures, view_.slots_end, line_)) {
+      const SlotHeader header = ReadHeader(address);
+      ++view_.slot_count;
+      if (!kept_.Has(header)) continue;
+      view_.slots.push_back({.number = static_cast<u32>((address - FirstSlot(view_.figures)) / size),
+                             .address = address,
+                             .header = header,
+                             .has_record = true,
+                             .record = LocateRecord(partition_, view_.figures, header.word),
+                             .behind_list = true});
+    }
+  }
+
+  const PartitionRecord& partition_;
+  const KeptSlots& kept_;
+  BlockView& view_;
+  RecordLine line_;
+  u64 unfinished_bytes_ = 0;
+};
 
 /// Damaged records may overlap and count more than there is: each share takes at most what the ones before it left.
-ByteShares SharesOf(const BlockView& view) {
+ByteShares SharesOf(const BlockView& view, u64 unfinished_bytes) {
   ByteShares shares;
   if (view.IsToBeFormatted()) {
     shares.unfinished = view.size;
@@ -78,7 +108,7 @@ ByteShares SharesOf(const BlockView& view) {
   };
   shares.free = take(UsableSpace(view.figures));
   shares.dead = take(view.figures.dead_bytes);
-  shares.unfinished = take(UnfinishedBytes(view));
+  shares.unfinished = take(unfinished_bytes);
   shares.live = left;
   return shares;
 }
@@ -91,28 +121,21 @@ bool BlockView::IsToBeFormatted() const { return !has_signature || IsFormattedBy
 
 u32 BlockView::LargestItemNow() const { return IsToBeFormatted() ? 0 : LargestPayload(UsableSpace(figures)); }
 
-BlockView ViewBlock(const PartitionRecord& partition, u16 index, UnreachedSlots unreached) {
+BlockView ViewBlock(const PartitionRecord& partition, u16 index, UnreachedSlots unreached, const KeptSlots& kept) {
   BlockView view{.index = index,
                  .size = partition.block_size,
                  .has_signature = HasSignature(partition.block_table[index].base),
                  .format_version = 0,
                  .figures = partition.block_table[index],
                  .slots_end = 0,
-                 .slots = {},
-                 .shares = {}};
+                 .slots = {}};
   ReadBlockState(view.figures);
   ResetBlockRecord(partition, view.figures);
   view.format_version = ReadFlashWord32(view.figures.base + block_header::kFormatVersionOffset);
   view.slots_end = FirstSlot(view.figures);
-  if (view.has_signature || unreached == UnreachedSlots::kRead) {
-    SlotWalk walk(partition, view.figures);
-    for (u32 number = 0; walk.AtSlot(); walk.Advance(), ++number)
-      view.slots.push_back(ViewSlot(partition, view.figures, number, walk));
-    view.slots_end = walk.slot();
-    SettleFigures(partition, walk, view);
-    if (unreached == UnreachedSlots::kRead && !walk.RanOut()) AddSlotsBehind(partition, view);
-  }
-  view.shares = SharesOf(view);
+  BlockReader reader(partition, kept, view);
+  if (view.has_signature || unreached == UnreachedSlots::kRead) reader.Read(unreached);
+  view.shares = SharesOf(view, reader.unfinished_bytes());
   return view;
 }
 

@@ -44,8 +44,9 @@ struct BlockView {
   u32 format_version;
   BlockRecord figures;  ///< next slot 0 = takes no more slots
   FlashAddress slots_end;
-  std::vector<SlotView> slots;
-  ByteShares shares;
+  u32 slot_count = 0;           ///< those that are not kept as well
+  std::vector<SlotView> slots;  ///< those that are kept
+  ByteShares shares = {};
 
   FlashAddress end() const { return figures.base + size; }
   u32 erase_count() const { return ~figures.wear_counter; }
@@ -63,7 +64,19 @@ struct BlockView {
 /// slot list.
 enum class UnreachedSlots : u8 { kSkip, kRead };
 
+/// Which slots a view keeps: all of a section's garbage may be millions. Counts and shares are those of every slot.
+struct KeptSlots {
+  bool all = true;
+  u16 type = kUnusedType;  ///< unless all are kept, those of this item
+  u16 id = 0;
+
+  bool Has(const SlotHeader& header) const { return all || (header.type == type && header.id == id); }
+};
+inline constexpr KeptSlots kEverySlot{};
+inline constexpr KeptSlots kNoSlot{.all = false};
+
 /// Looks at a block of a section that is set up.
-BlockView ViewBlock(const PartitionRecord& partition, u16 index, UnreachedSlots unreached = UnreachedSlots::kSkip);
+BlockView ViewBlock(const PartitionRecord& partition, u16 index, UnreachedSlots unreached = UnreachedSlots::kSkip,
+                    const KeptSlots& kept = kEverySlot);
 
 }  // namespace vok::tool

@@ -1,7 +1,6 @@
 #include "answer/change_json.h"
 
 #include "answer/json.h"
-#include "answer/losses_json.h"
 #include "answer/rebuild_report.h"
 #include "base/hex_dump.h"
 #include "base/json_text.h"
@@ -78,21 +77,19 @@ void AddDifferences(Json& json, std::span<const ItemDifference> differences, boo
 
 }  // namespace
 
-std::string WrittenJson(const Section& section, const ItemEntry& item, const Losses& losses) {
+JsonAnswer WrittenJson(const Section& section, const ItemEntry& item, const Losses& losses) {
   Json json = Answer();
   AddItem(json, section.name, item);
-  AddLosses(json, losses);
-  return JsonText(json);
+  return {std::move(json), losses};
 }
 
-std::string DeletedJson(std::size_t count, const Losses& losses) {
+JsonAnswer DeletedJson(std::size_t count, const Losses& losses) {
   Json json = Answer();
   json["deleted"] = count;
-  AddLosses(json, losses);
-  return JsonText(json);
+  return {std::move(json), losses};
 }
 
-std::string RegainedJson(std::span<const Regained> sections, const Losses& losses) {
+JsonAnswer RegainedJson(std::span<const Regained> sections, const Losses& losses) {
   Json json = Answer();
   json["sections"] = Json::array();
   for (const Regained& regained : sections)
@@ -100,28 +97,25 @@ std::string RegainedJson(std::span<const Regained> sections, const Losses& losse
                                 {"blocks", regained.blocks},
                                 {"free_before", regained.free_before},
                                 {"free_after", regained.free_after}});
-  AddLosses(json, losses);
-  return JsonText(json);
+  return {std::move(json), losses};
 }
 
-std::string RebuiltJson(u16 version, std::span<const RebuiltSection> sections, const Losses& losses) {
+JsonAnswer RebuiltJson(u16 version, std::span<const RebuiltSection> sections, const Losses& losses) {
   Json json = Answer();
   json["version"] = version;
   json["sections"] = Json::array();
   for (const RebuiltSection& rebuilt : sections) json["sections"].push_back(RebuiltOf(rebuilt));
-  AddLosses(json, losses);
-  return JsonText(json);
+  return {std::move(json), losses};
 }
 
-std::string DifferencesJson(std::span<const ItemDifference> differences, std::span<const ImageLosses> images,
-                            bool with_bytes) {
+JsonAnswer DifferencesJson(std::span<const ItemDifference> differences, std::span<const ImageLosses> images,
+                           bool with_bytes) {
   Json json = Answer();
   AddDifferences(json, differences, with_bytes);
-  AddLosses(json, images);
-  return JsonText(json);
+  return {std::move(json), images};
 }
 
-std::string PackedJson(std::span<const PackedSection> sections, u64 erased, const Losses& losses) {
+JsonAnswer PackedJson(std::span<const PackedSection> sections, u64 erased, const Losses& losses) {
   Json json = Answer();
   json["items"] = 0;
   for (const char* const list : {"changed", "added", "left_out"}) json[list] = Json::array();
@@ -137,20 +131,18 @@ std::string PackedJson(std::span<const PackedSection> sections, u64 erased, cons
       json["left_out"].push_back({{"section", section.name}, {"type", item.type}, {"id", item.id}});
   }
   json["items"] = count;
-  AddLosses(json, losses);
-  return JsonText(json);
+  return {std::move(json), losses};
 }
 
-std::string AppliedJson(std::span<const ItemDifference> differences, std::span<const ItemDifference> kept, bool dry_run,
-                        const Losses& losses) {
+JsonAnswer AppliedJson(std::span<const ItemDifference> differences, std::span<const ItemDifference> kept, bool dry_run,
+                       const Losses& losses) {
   Json json = Answer();
   json["dry_run"] = dry_run;
   AddDifferences(json, differences);
   json["kept"] = Json::array();
   for (const ItemDifference& item : kept)
     AddItem(json["kept"].emplace_back(Json::object()), item.section, *item.before);
-  AddLosses(json, losses);
-  return JsonText(json);
+  return {std::move(json), losses};
 }
 
 }  // namespace vok::tool

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "answer/json_answer.h"
 #include "base/byte_difference.h"
 #include "building/manifest.h"
 #include "building/rebuild.h"
@@ -30,20 +31,20 @@ struct ItemDifference {
   std::vector<ByteDifference> bytes = {};  ///< of an item that both have
 };
 
-std::string WrittenJson(const Section& section, const ItemEntry& item, const Losses& losses);
-std::string DeletedJson(std::size_t count, const Losses& losses);
-std::string RegainedJson(std::span<const Regained> sections, const Losses& losses);
+JsonAnswer WrittenJson(const Section& section, const ItemEntry& item, const Losses& losses);
+JsonAnswer DeletedJson(std::size_t count, const Losses& losses);
+JsonAnswer RegainedJson(std::span<const Regained> sections, const Losses& losses);
 /// Each section with its noteworthy items and the damaged ones.
-std::string RebuiltJson(u16 version, std::span<const RebuiltSection> sections, const Losses& losses);
+JsonAnswer RebuiltJson(u16 version, std::span<const RebuiltSection> sections, const Losses& losses);
 /// @param with_bytes  also where changed items differ
-std::string DifferencesJson(std::span<const ItemDifference> differences, std::span<const ImageLosses> images,
-                            bool with_bytes);
+JsonAnswer DifferencesJson(std::span<const ItemDifference> differences, std::span<const ImageLosses> images,
+                           bool with_bytes);
 /// DifferencesJson() of what apply changes, with the items that it leaves in the image though the folder lacks them.
 /// @param kept  as removals
-std::string AppliedJson(std::span<const ItemDifference> differences, std::span<const ItemDifference> kept, bool dry_run,
-                        const Losses& losses);
+JsonAnswer AppliedJson(std::span<const ItemDifference> differences, std::span<const ItemDifference> kept, bool dry_run,
+                       const Losses& losses);
 /// What pack took that is not as the manifest says.
 /// @param erased  bytes outside the sections
-std::string PackedJson(std::span<const PackedSection> sections, u64 erased, const Losses& losses);
+JsonAnswer PackedJson(std::span<const PackedSection> sections, u64 erased, const Losses& losses);
 
 }  // namespace vok::tool

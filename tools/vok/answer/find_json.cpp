@@ -1,12 +1,11 @@
 #include "answer/find_json.h"
 
-#include "answer/losses_json.h"
 #include "base/hex_dump.h"
 #include "base/json_text.h"
 
 namespace vok::tool {
 
-std::string FoundJson(u16 version, std::span<const FoundItem> found, const Losses& losses) {
+JsonAnswer FoundJson(u16 version, std::span<const FoundItem> found, const Losses& losses) {
   Json json = Answer();
   json["version"] = version;
   json["matches"] = Json::array();
@@ -18,8 +17,7 @@ std::string FoundJson(u16 version, std::span<const FoundItem> found, const Losse
                                {"crc32", ChecksumText(match.item.crc32)},
                                {"as", match.as},
                                {"offsets", match.offsets}});
-  AddLosses(json, losses);
-  return JsonText(json);
+  return {std::move(json), losses};
 }
 
 }  // namespace vok::tool

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "answer/json_answer.h"
 #include "section/items.h"
 #include "section/losses.h"
 
@@ -18,6 +19,6 @@ struct FoundItem {
   std::string excerpt;  ///< the bytes about the first place, as text
 };
 
-std::string FoundJson(u16 version, std::span<const FoundItem> found, const Losses& losses);
+JsonAnswer FoundJson(u16 version, std::span<const FoundItem> found, const Losses& losses);
 
 }  // namespace vok::tool

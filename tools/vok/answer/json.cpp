@@ -2,7 +2,8 @@
 
 #include <fmt/core.h>
 
-#include "answer/losses_json.h"
+#include <algorithm>
+
 #include "base/hex_dump.h"
 #include "base/json_text.h"
 #include "block_words.h"
@@ -51,7 +52,7 @@ Json ManifestSection(const SectionItems& listed) {
 
 Json FindingOf(const Finding& finding) {
   Json json = {{"block", finding.block}};
-  if (finding.slot) json["slot"] = *finding.slot;
+  AddSlots(finding, json);
   const FindingKind& kind = KindOf(finding.code);
   json["code"] = kind.code;
   json["severity"] = NameOf(kind.severity);
@@ -76,9 +77,23 @@ Json PsdtFindings(const Losses& losses) {
                                             {"repair", "none"},
                                             {"cost", kind.cost},
                                             {"items", Json::array()}});
-    for (const ItemKey& item : loss.items) json["items"].push_back({{"type", item.type}, {"id", item.id}});
+    const std::size_t count = std::min(loss.items.size(), Finding::kMostItems);
+    for (const ItemKey& item : std::span(loss.items).first(count))
+      json["items"].push_back({{"type", item.type}, {"id", item.id}});
   }
   return findings;
+}
+
+std::string ReportOf(const SectionReport& report) {
+  const Json head = {{"section", report.section->name}, {"mounted", report.code == code::kOk}, {"code", report.code}};
+  std::string text = LineOf(head);
+  text.back() = ',';
+  text += "\"findings\":[";
+  for (const Finding& finding : report.findings) {
+    text += &finding == &report.findings.front() ? "\n   " : ",\n   ";
+    text += LineOf(FindingOf(finding));
+  }
+  return text + "]}";
 }
 
 Json SpaceOf(const SectionSpace& space) {
@@ -120,33 +135,43 @@ Json InfoSection(const SectionSpace& space) {
 
 }  // namespace
 
-std::string ItemsJson(u16 version, std::span<const SectionItems> sections, const Losses& losses) {
-  Json json = Answer();
-  json["version"] = version;
-  json["items"] = Json::array();
-  for (const SectionItems& listed : sections)
-    for (const ItemEntry& item : listed.items) json["items"].push_back(ItemOf(*listed.section, item));
-  AddLosses(json, losses);
-  return JsonText(json);
+void AddSlots(const Finding& finding, Json& json) {
+  if (!finding.slot) return;
+  json["slot"] = *finding.slot;
+  if (finding.count == 1) return;
+  json["last_slot"] = finding.last_slot;
+  json["count"] = finding.count;
 }
 
-std::string ItemJson(const Section& section, const ItemEntry& item, std::span<const u8> bytes, const Losses& losses) {
+JsonAnswer ItemsJson(u16 version, std::span<const SectionItems> sections, const Losses& losses) {
+  Json json = Answer();
+  json["version"] = version;
+  JsonAnswer answer(std::move(json), losses);
+  std::vector<std::pair<const Section*, const ItemEntry*>> items;
+  for (const SectionItems& listed : sections)
+    for (const ItemEntry& item : listed.items) items.emplace_back(listed.section, &item);
+  const std::size_t count = items.size();
+  answer.AddList("items", count, [items = std::move(items)](std::size_t i) {
+    return LineOf(ItemOf(*items[i].first, *items[i].second));
+  });
+  return answer;
+}
+
+JsonAnswer ItemJson(const Section& section, const ItemEntry& item, std::span<const u8> bytes, const Losses& losses) {
   Json json = Answer();
   json.update(ItemOf(section, item));
   json["data"] = HexString(bytes);
-  AddLosses(json, losses);
-  return JsonText(json);
+  return {std::move(json), losses};
 }
 
-std::string LostItemJson(const ItemKey& item, const Losses& losses) {
+JsonAnswer LostItemJson(const ItemKey& item, const Losses& losses) {
   Json json = Answer();
   json["type"] = item.type;
   json["id"] = item.id;
-  AddLosses(json, losses);
-  return JsonText(json);
+  return {std::move(json), losses};
 }
 
-std::string ItemsWithBytesJson(u16 version, std::span<const ItemWithBytes> items, const Losses& losses) {
+JsonAnswer ItemsWithBytesJson(u16 version, std::span<const ItemWithBytes> items, const Losses& losses) {
   Json json = Answer();
   json["version"] = version;
   json["items"] = Json::array();
@@ -154,41 +179,31 @@ std::string ItemsWithBytesJson(u16 version, std::span<const ItemWithBytes> items
     json["items"].push_back(ItemOf(*section, item));
     json["items"].back()["data"] = HexString(bytes);
   }
-  AddLosses(json, losses);
-  return JsonText(json);
+  return {std::move(json), losses};
 }
 
-std::string ManifestJson(const LoadedImage& image, std::span<const SectionItems> sections, const Losses& losses) {
+JsonAnswer ManifestJson(const LoadedImage& image, std::span<const SectionItems> sections, const Losses& losses) {
   Json json = Answer();
   json["version"] = image.version();
   json["psdt"] = {{"file", kPsdtFileName}, {"address", image.psdt().address}};
   json["codeplug"] = {{"address", image.codeplug_start()}, {"length", image.codeplug_end() - image.codeplug_start()}};
   json["sections"] = Json::array();
   for (const SectionItems& listed : sections) json["sections"].push_back(ManifestSection(listed));
-  AddLosses(json, losses);
-  return JsonText(json);
+  return {std::move(json), losses};
 }
 
-std::string ReportJson(u16 version, bool clean, std::span<const SectionReport> reports, const Losses& losses) {
+JsonAnswer ReportJson(u16 version, bool clean, std::span<const SectionReport> reports, const Losses& losses) {
   Json json = Answer();
   json["version"] = version;
   json["clean"] = clean;
-  json["sections"] = Json::array();
-  for (const SectionReport& report : reports) {
-    Json findings = Json::array();
-    for (const Finding& finding : report.findings) findings.push_back(FindingOf(finding));
-    json["sections"].push_back({{"section", report.section->name},
-                                {"mounted", report.code == code::kOk},
-                                {"code", report.code},
-                                {"findings", std::move(findings)}});
-  }
   json["psdt"] = PsdtFindings(losses);
-  AddLosses(json, losses);
-  return JsonText(json);
+  JsonAnswer answer(std::move(json), losses);
+  answer.AddList("sections", reports.size(), [reports](std::size_t i) { return ReportOf(reports[i]); });
+  return answer;
 }
 
-std::string InfoJson(const LoadedImage& image, std::span<const u32> header_words, std::span<const SectionSpace> spaces,
-                     std::span<const Section> passed_over, const Losses& losses) {
+JsonAnswer InfoJson(const LoadedImage& image, std::span<const u32> header_words, std::span<const SectionSpace> spaces,
+                    std::span<const Section> passed_over, const Losses& losses) {
   Json json = Answer();
   json["version"] = image.version();
   json["psdt"] = {{"address", image.psdt().address},
@@ -200,8 +215,7 @@ std::string InfoJson(const LoadedImage& image, std::span<const u32> header_words
   json["passed_over"] = Json::array();
   for (const Section& section : passed_over)
     json["passed_over"].push_back({{"record", section.record}, {"section", section.name}, {"why", ReasonOf(section)}});
-  AddLosses(json, losses);
-  return JsonText(json);
+  return {std::move(json), losses};
 }
 
 }  // namespace vok::tool

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "answer/json_answer.h"
 #include "image/image.h"
 #include "section/findings.h"
 #include "section/items.h"
@@ -41,14 +42,16 @@ struct ItemWithBytes {
   Bytes bytes;
 };
 
-std::string ItemsJson(u16 version, std::span<const SectionItems> sections, const Losses& losses);
-std::string ItemJson(const Section& section, const ItemEntry& item, std::span<const u8> bytes, const Losses& losses);
+JsonAnswer ItemsJson(u16 version, std::span<const SectionItems> sections, const Losses& losses);
+JsonAnswer ItemJson(const Section& section, const ItemEntry& item, std::span<const u8> bytes, const Losses& losses);
+/// Adds the slots of which a finding tells.
+void AddSlots(const Finding& finding, Json& json);
 /// Of an item that cannot be served.
-std::string LostItemJson(const ItemKey& item, const Losses& losses);
-std::string ItemsWithBytesJson(u16 version, std::span<const ItemWithBytes> items, const Losses& losses);
-std::string ManifestJson(const LoadedImage& image, std::span<const SectionItems> sections, const Losses& losses);
-std::string ReportJson(u16 version, bool clean, std::span<const SectionReport> reports, const Losses& losses);
-std::string InfoJson(const LoadedImage& image, std::span<const u32> header_words, std::span<const SectionSpace> spaces,
-                     std::span<const Section> passed_over, const Losses& losses);
+JsonAnswer LostItemJson(const ItemKey& item, const Losses& losses);
+JsonAnswer ItemsWithBytesJson(u16 version, std::span<const ItemWithBytes> items, const Losses& losses);
+JsonAnswer ManifestJson(const LoadedImage& image, std::span<const SectionItems> sections, const Losses& losses);
+JsonAnswer ReportJson(u16 version, bool clean, std::span<const SectionReport> reports, const Losses& losses);
+JsonAnswer InfoJson(const LoadedImage& image, std::span<const u32> header_words, std::span<const SectionSpace> spaces,
+                    std::span<const Section> passed_over, const Losses& losses);
 
 }  // namespace vok::tool

@@ -22,15 +22,4 @@ void AddLosses(Json& answer, const Losses& losses) {
   for (const Loss& loss : losses) answer["losses"].push_back(LossOf(loss));
 }
 
-void AddLosses(Json& answer, std::span<const ImageLosses> images) {
-  Json losses = Json::array();
-  for (const ImageLosses& image : images)
-    for (const Loss& loss : *image.losses) {
-      losses.push_back({{"image", image.image}});
-      losses.back().update(LossOf(loss));
-    }
-  answer["complete"] = losses.empty();
-  answer["losses"] = std::move(losses);
-}
-
 }  // namespace vok::tool

@@ -21,14 +21,18 @@ std::string MountText(const SectionReport& report) {
 
 bool IsNote(const Finding& finding) { return finding.severity() == Severity::kNote; }
 
+std::string SlotsText(const Finding& finding) {
+  if (!finding.slot) return "-";
+  return finding.count == 1 ? std::to_string(*finding.slot) : fmt::format("{}-{}", *finding.slot, finding.last_slot);
+}
+
 void PrintFindings(std::span<const SectionReport> reports) {
   using Align = Table::Align;
   Table table({{"SECTION"}, {"BLOCK", Align::kRight}, {"SLOT", Align::kRight}, {"CODE"}, {"FOUND"}, {"REPAIR"}});
   for (const SectionReport& report : reports)
     for (const Finding& finding : report.findings)
-      table.AddRow({report.section->name, std::to_string(finding.block),
-                    finding.slot ? std::to_string(*finding.slot) : "-", KindOf(finding.code).code, finding.what,
-                    finding.repair});
+      table.AddRow({report.section->name, std::to_string(finding.block), SlotsText(finding), KindOf(finding.code).code,
+                    finding.what, finding.repair});
   table.Print();
 }
 

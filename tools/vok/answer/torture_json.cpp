@@ -45,12 +45,12 @@ Json ResultOf(const TortureResult& result) {
 
 }  // namespace
 
-std::string TortureJson(const std::string& section, std::span<const TortureResult> results) {
+JsonAnswer TortureJson(const TortureSubject& subject, std::span<const TortureResult> results) {
   Json json = Answer();
-  json["section"] = section;
+  json["section"] = subject.section;
   json["operations"] = Json::array();
   for (const TortureResult& result : results) json["operations"].push_back(ResultOf(result));
-  return JsonText(json);
+  return {std::move(json), subject.losses};
 }
 
 }  // namespace vok::tool

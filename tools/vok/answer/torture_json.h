@@ -2,10 +2,11 @@
 
 #include <span>
 
+#include "answer/json_answer.h"
 #include "building/torture.h"
 
 namespace vok::tool {
 
-std::string TortureJson(const std::string& section, std::span<const TortureResult> results);
+JsonAnswer TortureJson(const TortureSubject& subject, std::span<const TortureResult> results);
 
 }  // namespace vok::tool

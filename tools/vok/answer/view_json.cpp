@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <map>
 
-#include "answer/losses_json.h"
 #include "base/hex_dump.h"
 #include "base/json_text.h"
 #include "block_words.h"
@@ -21,7 +20,7 @@ Json FindingsOf(const SectionView& section, u16 block, std::size_t most) {
   const std::span<const Finding> findings = section.FindingsOf(block);
   for (const Finding& finding : findings.first(std::min(findings.size(), most))) {
     Json& added = json.emplace_back(Json::object());
-    if (finding.slot) added["slot"] = *finding.slot;
+    AddSlots(finding, added);
     added["code"] = KindOf(finding.code).code;
     added["severity"] = NameOf(ConditionOf(section, finding));
     added["what"] = finding.what;
@@ -42,7 +41,7 @@ Json BlockOf(const SectionView& section, const BlockView& block, std::size_t mos
   json["free"] = block.shares.free;
   json["largest_item_now"] = block.LargestItemNow();
   json["condition"] = NameOf(ConditionOf(section, block));
-  json["slot_count"] = block.slots.size();
+  json["slot_count"] = block.slot_count;
   json["dead_slots"] = block.figures.deleted_slots;
   json["findings"] = FindingsOf(section, block.index, most_findings);
   return json;
@@ -102,13 +101,12 @@ Json MapObject(const ImageView& view, std::size_t most_findings) {
   return json;
 }
 
-std::string MapJson(const ImageView& view, const Losses& losses) {
+JsonAnswer MapJson(const ImageView& view, const Losses& losses) {
   Json json = MapObject(view);
-  AddLosses(json, losses);
-  return JsonText(json);
+  return {std::move(json), losses};
 }
 
-std::string ExplanationJson(const Explanation& explanation, const Losses& losses) {
+JsonAnswer ExplanationJson(const Explanation& explanation, const Losses& losses) {
   Json json = {{"format", "vok/1"},
                {"address", explanation.address},
                {"byte", explanation.byte},
@@ -120,16 +118,14 @@ std::string ExplanationJson(const Explanation& explanation, const Losses& losses
   json["facts"] = Json::array();
   for (const Fact& fact : explanation.facts) json["facts"].push_back({{"what", fact.what}, {"value", fact.value}});
   json["next"] = explanation.next;
-  AddLosses(json, losses);
-  return JsonText(json);
+  return {std::move(json), losses};
 }
 
-std::string HistoryJson(u16 type, u16 id, std::span<const ItemCopy> copies, const Losses& losses) {
+JsonAnswer HistoryJson(u16 type, u16 id, std::span<const ItemCopy> copies, const Losses& losses) {
   Json json = {{"format", "vok/1"}, {"type", type}, {"id", id}, {"order", "current, then by block and slot"}};
   json["copies"] = Json::array();
   for (std::size_t i = 0; i < copies.size(); ++i) json["copies"].push_back(CopyOf(i, copies[i]));
-  AddLosses(json, losses);
-  return JsonText(json);
+  return {std::move(json), losses};
 }
 
 }  // namespace vok::tool

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "answer/json.h"
-#include "base/json_text.h"
+#include "answer/json_answer.h"
 #include "view/explanation.h"
 #include "view/image_view.h"
 #include "view/item_copies.h"
@@ -19,8 +19,8 @@ constexpr std::size_t kEveryFinding = std::numeric_limits<std::size_t>::max();
 /// The map as an object to which more can be added.
 /// @param most_findings  of each block that it holds
 Json MapObject(const ImageView& view, std::size_t most_findings = kEveryFinding);
-std::string MapJson(const ImageView& view, const Losses& losses);
-std::string ExplanationJson(const Explanation& explanation, const Losses& losses);
-std::string HistoryJson(u16 type, u16 id, std::span<const ItemCopy> copies, const Losses& losses);
+JsonAnswer MapJson(const ImageView& view, const Losses& losses);
+JsonAnswer ExplanationJson(const Explanation& explanation, const Losses& losses);
+JsonAnswer HistoryJson(u16 type, u16 id, std::span<const ItemCopy> copies, const Losses& losses);
 
 }  // namespace vok::tool

@@ -139,7 +139,11 @@ TortureSubject LoadTortureSubject(const TortureWish& wish) {
   const sweep::Geometry geometry = {
       .version = CurrentLayout().version, .blocks = section.entry.block_count, .directory = false};
   sweep::Inputs inputs = MakeInputs(wish, sweep::ReadPartition(sweep::VersionOf(geometry.version), bytes));
-  return {.section = section.name, .geometry = geometry, .bytes = std::move(bytes), .inputs = std::move(inputs)};
+  return {.section = section.name,
+          .geometry = geometry,
+          .bytes = std::move(bytes),
+          .inputs = std::move(inputs),
+          .losses = image.losses()};
 }
 
 TortureResult Torture(const TortureSubject& subject, const sweep::Operation& operation, TortureLimit limit) {

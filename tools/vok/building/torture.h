@@ -6,6 +6,7 @@
 
 #include "building/named_item.h"
 #include "image/image_arguments.h"
+#include "section/losses.h"
 #include "sweep.h"
 
 /// Power cuts on a copy of a section: what the store makes of them on the very bytes of a user's image.
@@ -25,6 +26,7 @@ struct TortureSubject {
   sweep::Geometry geometry;
   sweep::Bytes bytes;  ///< of the section, after a repair mount
   sweep::Inputs inputs;
+  Losses losses;  ///< of the image
 };
 
 /// What came of one operation.

@@ -118,8 +118,11 @@ int RunDelete(const Options& options) {
   ChangedImage image(options.image, AcceptLoss{options.accept_loss});
   const std::size_t count = options.types.IsEmpty() ? DeleteIds(options, image) : DeleteTypes(options, image);
   image.Save(claim);
-  Print(options.json ? DeletedJson(count, image.losses())
-                     : fmt::format("{} {} deleted\n", count, count == 1 ? "item" : "items"));
+  if (options.json) {
+    Print(DeletedJson(count, image.losses()));
+  } else {
+    Print(fmt::format("{} {} deleted\n", count, count == 1 ? "item" : "items"));
+  }
   return kDone;
 }
 

@@ -59,7 +59,8 @@ Explanation Explain(const LoadedImage& image, u64 address, bool is_dump) {
                               AddressRange(psdt.address, psdt.end()), AddressRange(contents.start, contents.end)));
   explanation.byte = *VirtualMemoryAddress(address);
   if (const Section* section = SectionAt(image.sections().accepted, address)) {
-    ExplainInSection(ViewSection(*section), explanation);
+    const u16 block = static_cast<u16>((address - section->entry.start) / section->entry.block_size);
+    ExplainInSection(ViewOneBlock(*section, block), explanation);
   } else {
     ExplainOutside(image, explanation);
   }

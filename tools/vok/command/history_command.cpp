@@ -21,11 +21,11 @@ namespace vok::tool {
 namespace {
 
 /// Every section, also in what no mount comes to: an item of the type may lie where no route leads.
-ImageView ViewSections(const LoadedImage& image, u16 type, const std::string& what) {
+ImageView ViewSections(const LoadedImage& image, u16 type, u16 id, const std::string& what) {
   if (!IsItemType(type)) throw Failure(what + ": types are 1 to 65533");
   ImageView view{.version = image.version(), .sections = {}};
   for (const Section& section : image.sections().accepted)
-    view.sections.push_back(ViewSection(section, UnreachedSlots::kRead));
+    view.sections.push_back(ViewItem(section, {.type = type, .id = id}));
   return view;
 }
 
@@ -87,7 +87,7 @@ int RunHistory(const Options& options) {
   ReadImage image(options.image, Look::kAsItLies);
   image.ShowAllBlocks();
   const std::string what = fmt::format("item type {} ID {}", options.type, options.id);
-  const ImageView view = ViewSections(image.loaded(), options.type, "no " + what);
+  const ImageView view = ViewSections(image.loaded(), options.type, options.id, "no " + what);
   const std::vector<ItemCopy> copies = FindCopies(view, options.type, options.id);
   if (copies.empty()) RequireServed(image.sections(), options.type, "no " + what);
   if (copies.empty()) throw Failure("no copy of " + what + " lies in the flash");

@@ -7,6 +7,7 @@
 #include "building/torture.h"
 #include "command/arguments.h"
 #include "command/commands.h"
+#include "command/conclude.h"
 
 namespace vok::tool {
 
@@ -110,11 +111,11 @@ int RunTorture(const Options& options) {
   }
   RequireTried(results, subject.section);
   if (options.json) {
-    Print(TortureJson(subject.section, results));
+    Print(TortureJson(subject, results));
   } else {
     Print(fmt::format("\nsection {}: {} faults; the image is as it was\n", subject.section, faults));
   }
-  return faults == 0 ? kDone : kFailed;
+  return Conclude(subject.losses) == kDone && faults == 0 ? kDone : kFailed;
 }
 
 }  // namespace vok::tool

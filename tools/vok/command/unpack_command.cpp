@@ -60,7 +60,7 @@ int RunUnpack(const Options& options) {
     count += unpacked.back().items.size();
   }
   directory.Write(kPsdtFileName, image.loaded().psdt_in_force());
-  directory.Write(kManifestFileName, AsBytes(ManifestJson(image.loaded(), unpacked, image.losses())));
+  directory.Write(kManifestFileName, AsBytes(TextOf(ManifestJson(image.loaded(), unpacked, image.losses()))));
   directory.Publish(earlier);
   Print(fmt::format("{} items of {} sections in {}\n", count, unpacked.size(), options.directory));
   return Conclude(options.skip_unmounted ? WithoutUnmounted(image.losses(), image.sections()) : image.losses());

@@ -26,7 +26,7 @@ class TemplateReader {
 std::size_t RoomFor(const ImageView& view) {
   std::size_t bytes = 0;
   for (const SectionView& section : view.sections)
-    for (const BlockView& block : section.blocks) bytes += block.size + block.slots.size() * 13;
+    for (const BlockView& block : section.blocks) bytes += block.size + std::size_t{block.slot_count} * 13;
   return PageTemplate().size() + bytes / 3 * 4 + bytes / 64;
 }
 
@@ -42,7 +42,7 @@ std::string MapPage(const ImageView& view, const std::string& image_name) {
   for (const SectionView& section : view.sections)
     for (const BlockView& block : section.blocks) {
       page += "<script class=\"block\" type=\"text/plain\">";
-      AppendPageBlock(block, page);
+      AppendPageBlock(section, block, page);
       page += "</script>\n";
     }
   page += reader.Rest();

@@ -29,7 +29,7 @@ std::size_t CountItems(const BlockView& block) {
 void AddToBlock(const SectionView& section, const BlockView& block, Json& json) {
   json["findings_left_out"] = section.FindingsOf(block.index).size() - json["findings"].size();
   json["current"] = block.IsCurrent();
-  json["items"] = CountItems(block);
+  json["items"] = CountItems(WithSlots(section, block));
   json["next_slot"] = block.figures.next_slot;
   json["lost_slots"] = Json::array();
   for (const LostCopy& copy : section.LostIn(block.index)) json["lost_slots"].push_back({copy.slot, copy.loss});
@@ -93,7 +93,8 @@ std::string PageFigures(const ImageView& view, const std::string& image_name) {
   return WithoutMarkup(json.dump(kOneLine, ' ', true, Json::error_handler_t::replace));
 }
 
-void AppendPageBlock(const BlockView& block, std::string& page) {
+void AppendPageBlock(const SectionView& section, const BlockView& bare, std::string& page) {
+  const BlockView block = WithSlots(section, bare);
   for (const SlotView& slot : block.slots) page += LetterOf(slot.header.word);
   page += ' ';
   AppendBase64(RecordsOf(block), page);

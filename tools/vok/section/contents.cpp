@@ -7,6 +7,7 @@
 
 #include "block_words.h"
 #include "flash/image.h"
+#include "section/finding_list.h"
 #include "section/valid_copies.h"
 #include "store/volume/format.h"
 
@@ -29,7 +30,7 @@ struct Extent {
 /// Looks at what lies in the blocks of a section.
 class ContentInspection {
  public:
-  ContentInspection(const Section& section, std::vector<Finding>& findings)
+  ContentInspection(const Section& section, FindingList& findings)
       : section_(section), blocks_(section), holdings_(HoldingsOf(blocks_)), findings_(findings) {}
 
   void Run() {
@@ -51,30 +52,17 @@ class ContentInspection {
   bool IsServed(CopyGroup copies) const;
   bool IsUnderWay(CopyGroup copies) const;
   u32 NumberOf(const ValidCopy& copy) const;
-  void Add(u16 block, std::optional<u32> slot, FindingCode code, const std::string& what, const ItemKey& item,
-           const std::string& repair = kLeftAlone);
-
-  /// A damaged block may have thousands of findings of a kind: those beyond the first add only their items.
-  static constexpr u32 kMostOfAKind = 32;
+  template <typename What>
+  void Add(u16 block, u32 slot, FindingCode code, const ItemKey& item, What what, const char* repair = kLeftAlone) {
+    findings_.AddForSlot(block, slot, code, item, repair,
+                         [&] { return fmt::format("slot Valid, {}: {}", TextOf(item), what()); });
+  }
 
   const Section& section_;
   const SectionBlocks blocks_;
   const SectionHoldings holdings_;
-  std::vector<Finding>& findings_;
-  std::map<std::pair<u16, FindingCode>, u32> counts_;
+  FindingList& findings_;
 };
-
-void ContentInspection::Add(u16 block, std::optional<u32> slot, FindingCode code, const std::string& what,
-                            const ItemKey& item, const std::string& repair) {
-  if (++counts_[{block, code}] <= kMostOfAKind) {
-    findings_.push_back({.block = block, .slot = slot, .code = code, .what = what, .repair = repair, .items = {item}});
-    return;
-  }
-  const auto last = std::find_if(findings_.rbegin(), findings_.rend(), [&](const Finding& finding) {
-    return finding.block == block && finding.code == code;
-  });
-  last->items.push_back(item);
-}
 
 u32 ContentInspection::NumberOf(const ValidCopy& copy) const {
   return static_cast<u32>((copy.slot - FirstSlot(blocks_.blocks()[copy.block])) / CurrentLayout().slot_size());
@@ -90,9 +78,11 @@ bool ContentInspection::IsServed(CopyGroup copies) const {
 void ContentInspection::JudgeFormattedBlocks() {
   std::map<u16, std::vector<ItemKey>> items;
   ForEachName(holdings_.copies, [&](CopyGroup copies) {
-    if (!IsServed(copies) && !copies.front().behind) items[copies.front().block].push_back(copies.front().name);
+    if (IsServed(copies) || copies.front().behind) return;
+    std::vector<ItemKey>& of_block = items[copies.front().block];
+    if (of_block.size() < Finding::kMostItems) of_block.push_back(copies.front().name);
   });
-  for (Finding& finding : findings_) {
+  for (Finding& finding : findings_.findings()) {
     const auto dropped = items.find(finding.block);
     const BlockHead head = blocks_.HeadOf(finding.block);
     if (finding.slot || dropped == items.end() || (head.has_signature && !IsFormattedByRepair(head.state))) continue;
@@ -105,9 +95,8 @@ void ContentInspection::JudgeNames() {
   ForEachName(holdings_.copies, [this](CopyGroup copies) { JudgeCopies(copies); });
   for (const ValidCopy& copy : holdings_.unnamed) {
     const bool type_zero = copy.name.type == 0;
-    Add(copy.block, NumberOf(copy), type_zero ? FindingCode::kTypeZero : FindingCode::kIdAny,
-        fmt::format("slot Valid, {}: no item can have that {}", TextOf(copy.name), type_zero ? "type" : "ID"),
-        copy.name);
+    Add(copy.block, NumberOf(copy), type_zero ? FindingCode::kTypeZero : FindingCode::kIdAny, copy.name,
+        [type_zero] { return type_zero ? "no item can have that type" : "no item can have that ID"; });
   }
 }
 
@@ -126,20 +115,19 @@ void ContentInspection::JudgeCopies(CopyGroup copies) {
   const bool under_way = copies.size() > 1 && IsUnderWay(copies);
   for (const ValidCopy& copy : copies) {
     if (copy.behind)
-      Add(copy.block, NumberOf(copy), FindingCode::kSlotsBehindGap,
-          fmt::format("slot Valid, {}: it lies behind a slot that looks unused", TextOf(name)), name,
-          "none: vok repair --rebuild brings it back");
+      Add(
+          copy.block, NumberOf(copy), FindingCode::kSlotsBehindGap, name,
+          [] { return "it lies behind a slot that looks unused"; }, "none: vok repair --rebuild brings it back");
     if (copy.behind || !blocks_.HeadOf(copy.block).IsSearched()) continue;
     if (first != nullptr && !under_way)
-      Add(copy.block, NumberOf(copy), FindingCode::kTwoCopies,
-          fmt::format("slot Valid, {}: another Valid copy in block {} slot {} hides it", TextOf(name), first->block,
-                      NumberOf(*first)),
-          name);
+      Add(copy.block, NumberOf(copy), FindingCode::kTwoCopies, name, [&] {
+        return fmt::format("another Valid copy in block {} slot {} hides it", first->block, NumberOf(*first));
+      });
     if (first == nullptr) first = &copy;
   }
   if (first != nullptr && !Serves(section_, name.type))
-    Add(first->block, NumberOf(*first), FindingCode::kUnservedType,
-        fmt::format("slot Valid, {}: the section does not serve the type", TextOf(name)), name);
+    Add(first->block, NumberOf(*first), FindingCode::kUnservedType, name,
+        [] { return "the section does not serve the type"; });
 }
 
 void ContentInspection::JudgeBlock(u16 index) {
@@ -165,11 +153,12 @@ void ContentInspection::JudgeBlock(u16 index) {
 }
 
 void ContentInspection::JudgeExtent(u16 index, const Extent& extent, FlashAddress slots_end) {
-  const std::string what = fmt::format("slot Valid, {}: its record lies over the ", TextOf(extent.name));
   if (extent.start < FirstSlot(blocks_.blocks()[index]))
-    Add(index, extent.slot, FindingCode::kRecordOverHeader, what + "block header", extent.name);
+    Add(index, extent.slot, FindingCode::kRecordOverHeader, extent.name,
+        [] { return "its record lies over the block header"; });
   else if (extent.start < slots_end)
-    Add(index, extent.slot, FindingCode::kRecordOverSlots, what + "header slots", extent.name);
+    Add(index, extent.slot, FindingCode::kRecordOverSlots, extent.name,
+        [] { return "its record lies over the header slots"; });
 }
 
 void ContentInspection::JudgeOverlaps(u16 index, std::vector<Extent> extents) {
@@ -177,10 +166,9 @@ void ContentInspection::JudgeOverlaps(u16 index, std::vector<Extent> extents) {
   const Extent* reaching = nullptr;  // of those before, the one that ends last
   for (const Extent& extent : extents) {
     if (reaching != nullptr && extent.start < reaching->end)
-      Add(index, extent.slot, FindingCode::kRecordsOverlap,
-          fmt::format("slot Valid, {}: its record overlaps that of {} in slot {}", TextOf(extent.name),
-                      TextOf(reaching->name), reaching->slot),
-          extent.name);
+      Add(index, extent.slot, FindingCode::kRecordsOverlap, extent.name, [reaching] {
+        return fmt::format("its record overlaps that of {} in slot {}", TextOf(reaching->name), reaching->slot);
+      });
     if (reaching == nullptr || extent.end > reaching->end) reaching = &extent;
   }
 }
@@ -188,17 +176,16 @@ void ContentInspection::JudgeOverlaps(u16 index, std::vector<Extent> extents) {
 /// What an unfinished write left there is told by its own finding.
 void ContentInspection::JudgeFreeSpace(u16 index, FlashAddress start, FlashAddress end) {
   if (start >= end || !InFlash(start, end - start)) return;
-  if (std::ranges::any_of(findings_, [index](const Finding& finding) { return finding.block == index; })) return;
+  if (std::ranges::any_of(findings_.findings(), [index](const Finding& finding) { return finding.block == index; }))
+    return;
   const u8* const first = VirtualMemoryAddress(start);
   const u8* const last = VirtualMemoryAddress(end);
   const u8* const programmed = std::find_if(first, last, [](u8 byte) { return byte != kErasedByte; });
   if (programmed == last) return;
-  findings_.push_back({.block = index,
-                       .slot = {},
-                       .code = FindingCode::kProgrammedFreeSpace,
-                       .what = fmt::format("programmed bytes in free space, from 0x{:X} on",
-                                           start + static_cast<u64>(programmed - first)),
-                       .repair = "none: a reorganisation of the block clears them"});
+  findings_.AddForBlock(
+      index, FindingCode::kProgrammedFreeSpace,
+      fmt::format("programmed bytes in free space, from 0x{:X} on", start + static_cast<u64>(programmed - first)),
+      "none: a reorganisation of the block clears them");
 }
 
 void ContentInspection::JudgeWear() {
@@ -214,23 +201,18 @@ void ContentInspection::JudgeWear() {
   const u32 middle = erases[(erases.size() - 1) / 2].first;
   for (const auto& [count, index] : erases)
     if (count / 4 > middle && count - middle > kUsualSpread)
-      findings_.push_back(
-          {.block = index,
-           .slot = {},
-           .code = FindingCode::kWear,
-           .what = fmt::format("erased {} times by its counter, its neighbours {} times", count, middle),
-           .repair = kLeftAlone});
+      findings_.AddForBlock(index, FindingCode::kWear,
+                            fmt::format("erased {} times by its counter, its neighbours {} times", count, middle),
+                            kLeftAlone);
 }
 
 }  // namespace
 
 std::vector<Finding> ExamineSection(const Section& section) {
-  std::vector<Finding> findings = InspectSection(section);
+  FindingList findings(section.entry.block_count);
+  InspectSection(section, findings);
   ContentInspection(section, findings).Run();
-  std::ranges::stable_sort(findings, [](const Finding& a, const Finding& b) {
-    return std::tie(a.block, a.slot) < std::tie(b.block, b.slot);
-  });
-  return findings;
+  return findings.Take();
 }
 
 void CompareFigures(const Section& section, std::vector<Finding>& findings) {

@@ -1,5 +1,7 @@
 #include "section/finding_kinds.h"
 
+#include <iterator>
+
 namespace vok::tool {
 
 namespace {
@@ -31,6 +33,8 @@ constexpr FindingKind kKinds[] = {
     {"note.wear", Severity::kNote, kNothing},
     {"damage.psdt", Severity::kError, kNoRepair},
 };
+
+static_assert(std::size(kKinds) == kFindingCodeCount);
 
 }  // namespace
 

@@ -37,6 +37,7 @@ enum class FindingCode : u8 {
   kWear,
   kPsdt,
 };
+inline constexpr std::size_t kFindingCodeCount = static_cast<std::size_t>(FindingCode::kPsdt) + 1;
 
 struct FindingKind {
   const char* code;  ///< stable

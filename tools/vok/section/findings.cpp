@@ -5,6 +5,7 @@
 #include "base/failure.h"
 #include "block_words.h"
 #include "flash/image.h"
+#include "section/finding_list.h"
 #include "store/volume/format.h"
 
 namespace vok::tool {
@@ -14,7 +15,7 @@ namespace {
 /// Looks at one block, adding to the findings of its section.
 class BlockInspection {
  public:
-  BlockInspection(const PartitionRecord& partition, u16 index, std::vector<Finding>& findings)
+  BlockInspection(const PartitionRecord& partition, u16 index, FindingList& findings)
       : partition_(partition), block_(partition.block_table[index]), index_(index), findings_(findings) {
     ReadBlockState(block_);
     ResetBlockRecord(partition_, block_);
@@ -29,12 +30,11 @@ class BlockInspection {
 
  private:
   void AddForBlock(FindingCode code, std::string what, std::string repair) {
-    findings_.push_back(
-        {.block = index_, .slot = {}, .code = code, .what = std::move(what), .repair = std::move(repair)});
+    findings_.AddForBlock(index_, code, std::move(what), std::move(repair));
   }
-  void AddForSlot(u32 number, FindingCode code, std::string what, std::string repair) {
-    findings_.push_back(
-        {.block = index_, .slot = number, .code = code, .what = std::move(what), .repair = std::move(repair)});
+  template <typename What>
+  void AddForSlot(u32 number, FindingCode code, const char* repair, What what) {
+    findings_.AddForSlot(index_, number, code, {}, repair, what);
   }
 
   void InspectState();
@@ -47,7 +47,7 @@ class BlockInspection {
   const PartitionRecord& partition_;
   BlockRecord block_;  ///< a copy: the store's own record stays as it is
   u16 index_;
-  std::vector<Finding>& findings_;
+  FindingList& findings_;
 };
 
 void BlockInspection::InspectState() {
@@ -82,38 +82,39 @@ void BlockInspection::InspectSlots() {
 }
 
 void BlockInspection::InspectSlot(u32 number, const SlotHeader& header) {
-  // Most slots have nothing to tell, and there may be millions of them.
   const auto what = [&header] {
     return fmt::format("slot {}, item type {} ID {}", NameOfSlotState(header.word), header.type, header.id);
   };
-  if (IsUnfinished(header.word)) return AddForSlot(number, FindingCode::kUnfinishedSlot, what(), "cancel the slot");
+  if (IsUnfinished(header.word)) return AddForSlot(number, FindingCode::kUnfinishedSlot, "cancel the slot", what);
   if (!IsValid(header.word)) return;
   const ItemRecord record = LocateRecord(partition_, block_, header.word);
   if (header.type == kJournalType) return InspectJournalRecord(number, record);
+  static const std::string kUnreadable =
+      fmt::format("none: the item cannot be read ({})", ErrorText(code::kInternalError));
   if (!record.sound)
-    AddForSlot(number, FindingCode::kRecordOutside, what() + ": its record lies outside the block",
-               fmt::format("none: the item cannot be read ({})", ErrorText(code::kInternalError)));
+    findings_.AddForSlot(index_, number, FindingCode::kRecordOutside, ItemKey{.type = header.type, .id = header.id},
+                         kUnreadable.c_str(), [&what] { return what() + ": its record lies outside the block"; });
 }
 
 void BlockInspection::InspectJournalRecord(u32 number, const ItemRecord& record) {
   if (!record.sound || record.length < journal::kOffsetWordOffset + CurrentLayout().word_size)
-    return AddForSlot(number, FindingCode::kJournalDamaged, "journal record Valid, damaged", "retire the record");
+    return AddForSlot(number, FindingCode::kJournalDamaged, "retire the record",
+                      [] { return "journal record Valid, damaged"; });
   const FlashAddress start = record.payload();
-  const std::string item = fmt::format("item type {} ID {}", ReadFlashWord16(start + journal::kTypeOffset),
-                                       ReadFlashWord16(start + journal::kIdOffset));
-  switch (const u16 kind = ReadFlashWord16(start + journal::kKindOffset)) {
-    case journal::kPartialWrite:
-      return AddForSlot(number, FindingCode::kJournalRecord, "journal record Valid, partial write of " + item,
-                        "write the bytes again and retire the record");
-    case journal::kReplace:
-      return AddForSlot(number, FindingCode::kJournalRecord, "journal record Valid, replacement of " + item,
-                        "leave one copy of the item and retire the record");
-    case journal::kRename:
-      return AddForSlot(number, FindingCode::kJournalRecord, "journal record Valid, rename to " + item,
-                        "retire the old name once the new one stands, and the record");
+  const u16 kind = ReadFlashWord16(start + journal::kKindOffset);
+  const auto announced = [this, number, start](const char* change, const char* repair) {
+    AddForSlot(number, FindingCode::kJournalRecord, repair, [change, start] {
+      return fmt::format("journal record Valid, {} item type {} ID {}", change,
+                         ReadFlashWord16(start + journal::kTypeOffset), ReadFlashWord16(start + journal::kIdOffset));
+    });
+  };
+  switch (kind) {
+    case journal::kPartialWrite: return announced("partial write of", "write the bytes again and retire the record");
+    case journal::kReplace: return announced("replacement of", "leave one copy of the item and retire the record");
+    case journal::kRename: return announced("rename to", "retire the old name once the new one stands, and the record");
     default:
-      AddForSlot(number, FindingCode::kJournalDamaged, fmt::format("journal record Valid, unknown kind {}", kind),
-                 "none: the mount fails");
+      AddForSlot(number, FindingCode::kJournalDamaged, "none: the mount fails",
+                 [kind] { return fmt::format("journal record Valid, unknown kind {}", kind); });
   }
 }
 
@@ -135,11 +136,22 @@ std::string BlockInspection::RepairOfTail(u32 word) const {
 
 }  // namespace
 
-std::vector<Finding> InspectSection(const Section& section) {
-  std::vector<Finding> findings;
+void InspectSection(const Section& section, FindingList& findings) {
   const PartitionRecord& partition = PartitionAt(section.partition());
   for (u16 i = 0; i < partition.block_count; ++i) BlockInspection(partition, i, findings).Run();
-  return findings;
+}
+
+std::vector<Finding> InspectSection(const Section& section) {
+  FindingList findings(PartitionAt(section.partition()).block_count);
+  InspectSection(section, findings);
+  return findings.Take();
+}
+
+std::vector<Finding> InspectBlock(const Section& section, u16 block) {
+  const PartitionRecord& partition = PartitionAt(section.partition());
+  FindingList findings(partition.block_count, Grouping::kNone);
+  BlockInspection(partition, block, findings).Run();
+  return findings.Take();
 }
 
 }  // namespace vok::tool

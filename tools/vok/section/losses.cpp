@@ -79,6 +79,8 @@ class PayloadSums {
 
 /// Of the copies whose names have several, in the order of all copies.
 std::vector<u32> SumsOf(const SectionBlocks& blocks, CopyGroup copies) {
+  const auto has_one_more = [](const ValidCopy& a, const ValidCopy& b) { return a.name == b.name; };
+  if (std::ranges::adjacent_find(copies, has_one_more) == copies.end()) return {};
   std::vector<u32> sums(copies.size());
   PayloadSums payloads(blocks);
   ForEachName(copies, [&](CopyGroup group) {
@@ -195,7 +197,7 @@ void SectionLosses::JudgeName(CopyGroup before, CopyGroup after) {
     return blocks_.HeadOf(copy.block).IsSearched() && !copy.behind;
   });
   // A reorganisation moves an item whose record cannot be read as an empty one.
-  const bool was_readable = std::ranges::any_of(before, &ValidCopy::sound);
+  const bool was_readable = std::ranges::any_of(before, [](const ValidCopy& copy) { return copy.sound; });
   if (served == after.end() || !served->sound || !was_readable) {
     LoseName(before, after);
   } else if (before.size() > 1) {

@@ -72,6 +72,13 @@ class BlockWalk {
   RecordLine line_{BlockEnd(section_.partition(), block_)};
 };
 
+std::size_t CountValid(const SectionBlocks& blocks) {
+  std::size_t count = 0;
+  for (const BlockRecord& block : blocks.blocks())
+    for (SlotWalk walk(blocks.partition(), block); walk.AtSlot(); walk.Advance()) count += walk.IsValidItem() ? 1 : 0;
+  return count;
+}
+
 }  // namespace
 
 bool BlockHead::IsSearched() const {
@@ -107,9 +114,12 @@ std::span<const u8> SectionBlocks::PayloadOf(const ValidCopy& copy) const {
 
 SectionHoldings HoldingsOf(const SectionBlocks& blocks) {
   SectionHoldings holdings;
+  holdings.copies.reserve(CountValid(blocks));
   for (u16 i = 0; i < blocks.blocks().size(); ++i) BlockWalk(blocks, i, holdings).Run();
-  std::sort(holdings.copies.begin(), holdings.copies.end(),
-            [](const ValidCopy& a, const ValidCopy& b) { return std::tie(a.name, a.slot) < std::tie(b.name, b.slot); });
+  const auto by_name = [](const ValidCopy& a, const ValidCopy& b) {
+    return std::tie(a.name, a.slot) < std::tie(b.name, b.slot);
+  };
+  if (!std::ranges::is_sorted(holdings.copies, by_name)) std::ranges::sort(holdings.copies, by_name);
   std::sort(holdings.replaced.begin(), holdings.replaced.end());
   return holdings;
 }

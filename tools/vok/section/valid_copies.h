@@ -13,12 +13,13 @@ namespace vok::tool {
 /// A Valid slot that names an item.
 struct ValidCopy {
   ItemKey name;
-  u32 slot;      ///< flash address
-  u16 block;     ///< index in the section
-  bool sound;    ///< its record can be read
-  bool usable;   ///< and is no longer than an item can be
-  bool in_line;  ///< the record lies where writers place one
-  bool behind;   ///< see SlotsBehind()
+  u32 slot;   ///< flash address
+  u16 block;  ///< index in the section
+  // A damaged image may have millions.
+  bool sound : 1;    ///< its record can be read
+  bool usable : 1;   ///< and is no longer than an item can be
+  bool in_line : 1;  ///< the record lies where writers place one
+  bool behind : 1;   ///< see SlotsBehind()
 };
 
 /// What a block's header says.

@@ -147,13 +147,12 @@ std::string RepairText(const SectionView& section, const Finding& finding) {
 }  // namespace
 
 void ExplainInSection(const SectionView& section, Explanation& explanation) {
-  const u64 offset = explanation.address - section.section->entry.start;
-  const BlockView& block = section.blocks[offset / section.section->entry.block_size];
+  const BlockView& block = section.blocks.front();
   explanation.section = section.section->name;
   explanation.block = block.index;
   explanation.Add("section", fmt::format("{}, partition {}, {}", section.section->name, section.section->partition(),
                                          KindOf(*section.section)));
-  explanation.Add("block", fmt::format("{} of {}, {}, {}", block.index, section.blocks.size(),
+  explanation.Add("block", fmt::format("{} of {}, {}, {}", block.index, section.section->entry.block_count,
                                        AddressRange(block.figures.base, block.end()), block.StateName()));
   explanation.Add("offset", fmt::format("{} in the block", HexAddress(explanation.address - block.figures.base)));
   ExplainInBlock(block, explanation);

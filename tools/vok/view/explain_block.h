@@ -5,7 +5,7 @@
 
 namespace vok::tool {
 
-/// Tells what lies at an address of a section and what the store does with it next. A repair mount is tried where one
+/// Tells what lies at an address of a block and what the store does with it next. A repair mount is tried where one
 /// is due, so that nothing may be looked at in the section afterwards.
 void ExplainInSection(const SectionView& section, Explanation& explanation);
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "salvage.h"
 #include "section/contents.h"
 
 namespace vok::tool {
@@ -25,22 +24,37 @@ std::span<const LostCopy> SectionView::LostIn(u16 block) const { return OfBlock(
 
 namespace {
 
+std::vector<BlockView> ViewBlocks(const Section& section, const KeptSlots& kept) {
+  std::vector<BlockView> blocks;
+  const PartitionRecord& partition = PartitionAt(section.partition());
+  for (u16 i = 0; i < partition.block_count; ++i)
+    blocks.push_back(ViewBlock(partition, i, UnreachedSlots::kRead, kept));
+  return blocks;
+}
+
 SectionView ViewSectionWhole(const Section& section, const Losses& losses) {
-  SectionView view{.section = &section,
-                   .blocks = ViewForSalvage(PartitionAt(section.partition())),
-                   .findings = ExamineSection(section),
-                   .lost = {}};
-  view.lost = MarkLostCopies(losses, section.name, view.blocks);
+  SectionView view{
+      .section = &section, .blocks = ViewBlocks(section, kNoSlot), .findings = ExamineSection(section), .lost = {}};
+  view.lost = MarkLostCopies(losses, section, view.blocks);
   return view;
 }
 
 }  // namespace
 
-SectionView ViewSection(const Section& section, UnreachedSlots unreached) {
-  SectionView view{.section = &section, .blocks = {}, .findings = InspectSection(section), .lost = {}};
-  const PartitionRecord& partition = PartitionAt(section.partition());
-  for (u16 i = 0; i < partition.block_count; ++i) view.blocks.push_back(ViewBlock(partition, i, unreached));
-  return view;
+SectionView ViewItem(const Section& section, const ItemKey& name) {
+  const KeptSlots kept{.all = false, .type = name.type, .id = name.id};
+  return {.section = &section, .blocks = ViewBlocks(section, kept), .findings = {}, .lost = {}};
+}
+
+SectionView ViewOneBlock(const Section& section, u16 block) {
+  return {.section = &section,
+          .blocks = {ViewBlock(PartitionAt(section.partition()), block)},
+          .findings = InspectBlock(section, block),
+          .lost = {}};
+}
+
+BlockView WithSlots(const SectionView& section, const BlockView& block) {
+  return ViewBlock(PartitionAt(section.section->partition()), block.index, UnreachedSlots::kRead);
 }
 
 ImageView ViewImage(const ReadImage& image) {

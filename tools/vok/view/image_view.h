@@ -14,7 +14,7 @@ namespace vok::tool {
 
 struct SectionView {
   const Section* section;
-  std::vector<BlockView> blocks;
+  std::vector<BlockView> blocks;  ///< without their slots in a view of the image
   std::vector<Finding> findings;  ///< by block
   std::vector<LostCopy> lost;     ///< by block; none in a view of one section
 
@@ -31,7 +31,14 @@ struct ImageView {
   std::vector<SectionView> sections;
 };
 
-SectionView ViewSection(const Section& section, UnreachedSlots unreached = UnreachedSlots::kSkip);
+/// The slots of one item in every block of a section, also those to which no mount comes. Without findings.
+SectionView ViewItem(const Section& section, const ItemKey& name);
+
+/// One block alone, with its slots and a finding for each that has one.
+SectionView ViewOneBlock(const Section& section, u16 block);
+
+/// A block of ViewImage() with its slots.
+BlockView WithSlots(const SectionView& section, const BlockView& block);
 
 /// Looks at every accepted section, also at slots to which no mount comes. @throws Failure when they cannot be set up
 /// @param image  as it lies

@@ -29,7 +29,7 @@ bool ItemIndex::CatchUp() {
     Forget();
     return false;
   }
-  return runs_out_ == 0;
+  return MayAnswer();
 }
 
 void ItemIndex::Forget() {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "flash/hooks.h"
 #include "store/volume/index/slot_table.h"
 #include "store/volume/index/type_lists.h"
 #include "store/volume/index/type_table.h"
@@ -23,7 +24,7 @@ class ItemIndex {
   explicit ItemIndex(const PartitionRecord& partition);
 
   /// Follows what changed. @return false when only a walk can answer: no memory, a partition that is not wholly inside
-  /// the image, or a slot list that runs into its block's end, which every search reports
+  /// the image, or a slot list that runs into its block's end while somebody hears of it from every search
   bool Refresh() { return IsFresh() || CatchUp(); }
   /// Whether it need not read all slots for that.
   bool IsBuilt() const { return layout_ == &CurrentLayout(); }
@@ -68,6 +69,7 @@ class ItemIndex {
   bool IsFresh() const {
     return IsBuilt() && states_seen_ == block_state_changes && pending_ == kNothing && runs_out_ == 0;
   }
+  bool MayAnswer() const { return runs_out_ == 0 || OwnHooks() == nullptr; }
   bool CatchUp();
   bool Build();
   bool Fill(u32 expected);

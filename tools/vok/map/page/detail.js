@@ -45,7 +45,8 @@ function savePayload(slot) {
 }
 
 function renderSlotDetail(slot) {
-  const findings = slot.block.findings.filter((finding) => finding.slot === slot.number);
+  const findings = slot.block.findings.filter((finding) =>
+    finding.slot <= slot.number && slot.number <= (finding.last_slot ?? finding.slot));
   document.getElementById("detail").replaceChildren(
     element("div", { class: "head-line" },
       element("h2", {}, nameOf(slot)), stateText(slot),
