@@ -84,6 +84,47 @@ TEST_F(DamageTest, CheckForetellsRepair) {
   for (unsigned seed = 1; seed <= 40; ++seed) RunSeed(seed);
 }
 
+/// Damage inside one block: what is not told is given with its own bytes, and a rebuilt view gives what is readable.
+class BlockDamageTest : public ToolTest {
+ protected:
+  static std::size_t LengthWord(const Bytes& codeplug, const SlotPlace& place) {
+    return (static_cast<std::size_t>(codeplug[place.word] << 8 | codeplug[place.word + 1]) & 0x3FFF) * 4 + 2;
+  }
+
+  static Items Without(Items items, const json& losses) {
+    for (const auto& loss : losses)
+      for (const auto& lost : loss.at("items"))
+        std::erase_if(items, [&](const ItemKey& item) {
+          return std::get<1>(item) == lost.at("type") && std::get<2>(item) == lost.at("id");
+        });
+    return items;
+  }
+
+  /// @param gone  items that nothing names any more
+  void Expect(std::size_t gone, std::size_t unreadable, const std::string& told) const {
+    const Items all = ExpectedItems(Text(Read(image_.json)));
+    const json list = RunLossy("list --json " + image_.Pair(), told);
+    EXPECT_EQ(Without(ListedItems(list.dump()), list.at("losses")).size() + gone,
+              Without(all, list.at("losses")).size());
+    for (const ItemKey& item : Without(ListedItems(list.dump()), list.at("losses"))) EXPECT_TRUE(all.contains(item));
+    const Items rebuilt = ListedItems(Run("list --json --rebuilt " + image_.Pair()).out);
+    EXPECT_EQ(rebuilt.size() + gone + unreadable, all.size());
+  }
+
+  const Bytes codeplug_ = Read(image_.codeplug);
+  const SlotPlace fifth_ = SlotFromEnd(codeplug_, 5);
+  const SlotPlace sixth_ = SlotFromEnd(codeplug_, 6);
+};
+
+TEST_F(BlockDamageTest, SlotsBehindAGapAreFoundWhateverLiesBesideIt) {
+  Overwrite(image_.codeplug, sixth_.slot, Bytes(12, 0xFF));
+  Expect(2, 0, "behind a slot that looks unused");
+  Write(image_.codeplug, codeplug_);
+  Overwrite(image_.codeplug, fifth_.slot, {0xFF, 0xFF});
+  Overwrite(image_.codeplug, LengthWord(codeplug_, sixth_), {0xFF, 0xFF});
+  Expect(1, 1, "the record cannot be read");
+}
+
 }  // namespace
 
 }  // namespace vok::test

@@ -6,7 +6,7 @@
 
 namespace vok::tool {
 
-/// The Valid slots with sound records, one after another in line, that lie behind the first unused slot of a block. No
+/// The Valid slots that lie behind the first unused slot of a block, as far as their records lie in line. No
 /// writer leaves a gap in a slot list, so that damage made the slot look unused; no reader goes on behind it.
 /// @param list_end  the unused slot
 /// @param line      as the slots before it leave it
