@@ -6,7 +6,8 @@ coverage() {
   need_tests
   need gcovr
   local folder=build/coverage
-  quietly cmake --preset debug -B "$folder" -DVOK_SANITIZE= -DCMAKE_CXX_FLAGS=--coverage -DVOK_BUILD_TOOLS=OFF -DVOK_BUILD_TESTS=ON
+  quietly cmake --preset debug -B "$folder" -DVOK_SANITIZE= -DCMAKE_CXX_FLAGS=--coverage -DCMAKE_CXX_FLAGS_DEBUG='-O0 -g' \
+    -DVOK_BUILD_TOOLS=OFF -DVOK_BUILD_TESTS=ON
   cmake --build "$folder" -j "$jobs" --target vok_tests vok_c_tests vok_sweep_run
   find "$folder" -name '*.gcda' -delete
   "$folder/tests/vok_tests" --gtest_brief=1

@@ -92,9 +92,15 @@ class CInterfaceTest : public testing::Test {
 
 TEST_F(CInterfaceTest, ACheckTellsWhatAMountWillDoAndChangesNothing) {
   const std::string data = VOK_TEST_DATA;
-  for (const std::string image : {"/v1/clean", "/v2/several", "/v3/missing_signature"}) {
+  // The last one is the first again with a block that a reorganisation was taking apart.
+  for (const std::string image : {"/v1/clean", "/v2/several", "/v3/missing_signature", "/v1/clean"}) {
     SCOPED_TRACE(image);
+    const bool is_reorganising = image == "/v1/clean" && !codeplug_.empty();
     Load(data + image.substr(0, 3) + "/psdt.bin", ReadFile(data + image + ".bin"));
+    if (is_reorganising) {
+      codeplug_.at(12) = 0x0F;
+      Load(data + "/v1/psdt.bin", codeplug_);
+    }
     const std::vector<vok_report> check = Reports(vok_check);
     EXPECT_EQ(Flash(), codeplug_);
     EXPECT_EQ(vok_close(), 138) << "a check mounts nothing";
@@ -188,6 +194,7 @@ TEST_F(CInterfaceTest, WrongArgumentsGetCodes) {
   EXPECT_GT(count, 1u);
   EXPECT_EQ(one[0].section, std::string("CPGA"));
   EXPECT_EQ(vok_list("NONE", nullptr, 0, &count), 116);
+  EXPECT_EQ(vok_list("CPG", nullptr, 0, &count), 116);
   EXPECT_EQ(vok_list(nullptr, nullptr, 1, &count), 115);
   EXPECT_EQ(vok_list(nullptr, one.data(), 1, nullptr), 115);
   EXPECT_EQ(vok_reorganise(nullptr), 115);
@@ -207,6 +214,9 @@ TEST_F(CInterfaceTest, WrongArgumentsGetCodes) {
   EXPECT_EQ(vok_format(4), 115);
   EXPECT_EQ(vok_load_codeplug(nullptr, 1, 0, 0), 115);
   EXPECT_EQ(vok_load_psdt(nullptr, 1, 0), 115);
+  const std::uint16_t other = vok_store_version() == 3 ? 2 : 3;
+  EXPECT_EQ(vok_load_codeplug(codeplug_.data(), SizeOf(codeplug_), kAddress, other), 0);
+  EXPECT_EQ(vok_store_version(), other) << "the caller knows better";
   EXPECT_EQ(vok_error_text(119), std::string("Item not found"));
   EXPECT_EQ(vok_error_text(0), std::string("Success"));
   EXPECT_NE(vok_version(), std::string());

@@ -43,7 +43,13 @@ TEST_P(DirectoryTest, AConfiguredTypeIsAnsweredFromItsTableAlone) {
 
   ASSERT_EQ(DeleteItem(0, 5, 2), 0);
   SetState(SlotAddress(FirstOpened(), 2), format().valid);
-  EXPECT_EQ(ReadCode(5, 2), 119) << "an empty slot means absent, whatever a scan would find";
+  for (const bool with_own_hooks : {false, false, true}) {
+    InstallPlatformHooks(with_own_hooks ? &hooks_ : nullptr);
+    EXPECT_EQ(ReadCode(5, 2), 119) << "an empty slot means absent, whatever a scan would find";
+    EXPECT_EQ(Item(5, 3), Payload(3, 8));
+    EXPECT_EQ(Item(5, 5), Payload(5, 8)) << "an ID outside the table";
+    EXPECT_EQ(ReadCode(5, 9), 119);
+  }
   std::uint16_t id = 0;
   ASSERT_EQ(MakeId(0, 5, &id), 0);
   EXPECT_EQ(id, 2);

@@ -92,7 +92,7 @@ class IndexTest : public StoreTest {
       case 2: ReorganiseBlock(0, static_cast<std::uint16_t>(Below(kGeometry.blocks)), 0); return;
       case 3: EraseRetiredBlock(0, &block); return;
       case 4: DeleteItemRange(0, type, id, static_cast<std::uint16_t>(id + 2)); return;
-      default: Write(type, other, Payload(id, Below(40)), static_cast<std::uint8_t>(Below(2)));
+      default: Write(type, other, Payload(Below(3), 8 * Below(5)), static_cast<std::uint8_t>(Below(2)));
     }
   }
   /// Changes bytes behind the store's back: a slot becomes a copy of another, its type, ID or state changes, a stretch
@@ -112,10 +112,10 @@ class IndexTest : public StoreTest {
     }
   }
 
-  void Run(std::uint32_t seed, bool with_own_hooks) {
+  void Run(std::uint32_t seed, PlatformHooks* hooks) {
     random_.seed(seed);
     device_with_moods_.random.seed(seed);
-    InstallPlatformHooks(with_own_hooks ? &hooks_ : nullptr);
+    InstallPlatformHooks(hooks);
     SetUpFormatted(kGeometry);
     for (int i = 0; i < 20; ++i) Operate();
     InstallFlashDevice(Below(2) == 0 ? &device_with_moods_ : nullptr);
@@ -124,11 +124,13 @@ class IndexTest : public StoreTest {
       Below(3) == 0 ? Meddle() : Operate();
       if (Below(2) == 0) CompareAll();
     }
+    end_ = {PartitionBytes(), arena_};
     InstallFlashDevice(&device_);
     TerminateStore();
     InstallPlatformHooks(&hooks_);
   }
 
+  std::pair<Bytes, Bytes> end_;  ///< the flash and the location cache after the last run
   std::mt19937 random_;
   FickleDevice device_with_moods_;
   std::map<Name, std::uint32_t> first_;
@@ -156,6 +158,22 @@ TEST_P(IndexTest, ANameMayStandInThousandsOfSlots) {
   EXPECT_EQ(Item(1, 2), Bytes{});
 }
 
+TEST_P(IndexTest, AListThatRunsIntoTheEndOfItsBlockIsReported) {
+  SetUpFormatted(kGeometry);
+  ASSERT_EQ(Write(1, 1, {}), 0);
+  ASSERT_EQ(Write(1, 2, {}), 0);
+  ASSERT_EQ(DeleteItem(0, 1, 2), 0);
+  const Bytes dead = Flash(SlotAddress(FirstOpened(), 1), format().slot_size());
+  for (std::uint32_t i = 2; SlotAddress(FirstOpened(), i + 1) <= BlockBase(kGeometry.blocks); ++i)
+    Poke(SlotAddress(FirstOpened(), i), dead);
+  for (const bool with_own_hooks : {false, false, true, true}) {
+    InstallPlatformHooks(with_own_hooks ? &hooks_ : nullptr);
+    hooks_.reports.clear();
+    EXPECT_EQ(ReadCode(1, 3), 119);
+    EXPECT_EQ(hooks_.reports, with_own_hooks ? std::vector<std::uint16_t>({108, 119}) : std::vector<std::uint16_t>());
+  }
+}
+
 TEST_P(IndexTest, AChangeMayEndWithTheFirstByteOfASlot) {
   SetUpFormatted(kGeometry);
   for (std::uint16_t id = 0; id < 3; ++id) ASSERT_EQ(Write(1, id, Payload(id, 8)), 0);
@@ -166,7 +184,18 @@ TEST_P(IndexTest, AChangeMayEndWithTheFirstByteOfASlot) {
 }
 
 TEST_P(IndexTest, WhateverChangesTheBytesSearchesFindWhatAWalkFinds) {
-  for (std::uint32_t seed = 0; seed < 60 && !HasFailure(); ++seed) Run(seed, seed % 2 == 0);
+  for (std::uint32_t seed = 0; seed < 60 && !HasFailure(); ++seed) Run(seed, seed % 2 == 0 ? &hooks_ : nullptr);
+}
+
+/// Without hooks of one's own a search takes a shorter way.
+TEST_P(IndexTest, HooksThatDoNothingChangeNothing) {
+  PlatformHooks idle;
+  for (std::uint32_t seed = 100; seed < 110 && !HasFailure(); ++seed) {
+    Run(seed, nullptr);
+    const std::pair<Bytes, Bytes> without = end_;
+    Run(seed, &idle);
+    EXPECT_EQ(end_, without) << seed;
+  }
 }
 
 }  // namespace

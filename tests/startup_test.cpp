@@ -78,6 +78,22 @@ TEST_P(StartupTest, DefaultHeadersMakeAStoreThatReadsBackAsAList) {
   EXPECT_FALSE(worker_.TerminateVOK());
 }
 
+TEST_P(StartupTest, AListEndsBeforeAnItemThatCannotBeRead) {
+  Load({Make("CPGA", 0, 1, 99)});
+  ASSERT_EQ(worker_.BuildDefaultVOKHeaders(), 0);
+  for (std::uint16_t id = 0; id < 3; ++id) worker_.WriteVOK(5, id, Payload(id, 8).data(), 8);
+  const std::uint32_t end = 0x100000 + 2 * format().block_size;
+  PokeWord(end - format().record_size(8) - format().word, ~1u);
+  for (const bool with_own_hooks : {false, true}) {
+    InstallPlatformHooks(with_own_hooks ? &hooks_ : nullptr);
+    const std::vector<VOKITEM> items = worker_.ReadAllVOK("CPGA");
+    ASSERT_EQ(items.size(), 3u);
+    EXPECT_EQ(items[0].Data, Payload(0, 8));
+    EXPECT_TRUE(items[1].Data.empty());
+    EXPECT_TRUE(items[2].Data.empty());
+  }
+}
+
 /// Damage can let thousands of slots name one large record.
 TEST_P(StartupTest, AListNeverTakesMoreMemoryThanTheImageHolds) {
   Load({Make("CPGA", 0, 1, 99)});

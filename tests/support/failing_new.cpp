@@ -28,3 +28,6 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
   return vok::test::Fails() ? nullptr : ::operator new[](size);
 }
+void* operator new[](std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+  return vok::test::Fails() ? nullptr : ::operator new[](size, alignment);
+}

@@ -44,17 +44,8 @@ class HuntFlag {
   u16 bit_ = 0;
 };
 
-/// What a hunt flag leaves behind that is taken and given back at once: for a search that nothing can disturb.
-/// @return false when there is no flag to take (127, reported)
-inline bool PassHuntFlag(PartitionRecord& partition) {
-  const int flag = std::countr_one(partition.hunts_in_use);
-  if (flag == 16) {
-    Fail(code::kOutOfHuntFlags);
-    return false;
-  }
-  partition.hunts_valid |= static_cast<u16>(1u << flag);
-  return true;
-}
+/// What a hunt flag leaves behind that is taken and given back at once while no other search runs.
+inline void PassHuntFlag(PartitionRecord& partition) { partition.hunts_valid |= 1; }
 
 /// Tells every running search of the partition that items are about to move.
 inline void InvalidateHunts(PartitionRecord& partition) { partition.hunts_valid = 0; }

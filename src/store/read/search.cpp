@@ -106,9 +106,9 @@ bool AskDirectory(PartitionRecord& partition, u16 type, u16 id, SearchResult& re
   return result;
 }
 
-/// The same for an item's name while the default hooks are in force and the index is there: nothing comes between
-/// the steps, so those that only a hook could see are left out, and the record is on its way before the location cache
-/// is asked and kept.
+/// The same for an item's name while the default hooks are in force, no search runs and the index is there: nothing
+/// comes between the steps, so those that only a hook could see are left out, and the record is on its way before the
+/// location cache is asked and kept.
 SearchResult FindAtOnce(PartitionRecord& partition, const ItemIndex& index, u16 type, u16 id, Caching caching) {
   LocationCache cache(partition);
   SearchResult result;
@@ -116,10 +116,7 @@ SearchResult FindAtOnce(PartitionRecord& partition, const ItemIndex& index, u16 
   if (found.slot != 0) FetchRecord(partition, index.BlockOf(found.slot), found.word);
   const DirLocation location = DirLook(partition, cache, type, id);
   if (location.knowledge == DirKnowledge::kUnknown) {
-    if (!PassHuntFlag(partition)) {
-      result.error = code::kOutOfHuntFlags;
-      return result;
-    }
+    PassHuntFlag(partition);
     if (found.slot != 0 && caching == Caching::kOn && cache) cache.Insert(type, id, found.slot);
   } else if (location.slot != found.slot) [[unlikely]] {
     TakeLocation(partition, location, result);
@@ -134,7 +131,7 @@ SearchResult FindAtOnce(PartitionRecord& partition, const ItemIndex& index, u16 
 u16 SearchResult::Missing() const { return error != code::kOk ? error : Fail(code::kItemNotFound); }
 
 SearchResult FindItem(PartitionRecord& partition, u16 type, u16 id, Caching caching, SearchStart start) {
-  if (OwnHooks() == nullptr && start.MayAskDirectory() && id != kAnyId)
+  if (OwnHooks() == nullptr && partition.hunts_in_use == 0 && start.MayAskDirectory() && id != kAnyId)
     if (ItemIndex* const index = BuiltIndexOf(partition)) return FindAtOnce(partition, *index, type, id, caching);
   return FindStepwise(partition, type, id, caching, start);
 }
