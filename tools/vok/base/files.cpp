@@ -8,6 +8,7 @@
 #include <map>
 
 #include "base/failure.h"
+#include "base/large_pages.h"
 #include "base/temporary.h"
 #include "base/terminal.h"
 #include "flash/image.h"
@@ -36,7 +37,10 @@ template <typename Read>
 Bytes ReadToEnd(const std::string& path, u64 expected, Read read) {
   constexpr std::size_t kMore = 0x40000;
   // One byte more than expected: it stays free when the end is where it should be, and nothing is left over.
-  Bytes bytes(std::min<u64>(expected, kFlashSize) + 1);
+  Bytes bytes;
+  bytes.reserve(std::min<u64>(expected, kFlashSize) + 1);
+  UseLargePages(bytes.data(), bytes.capacity());
+  bytes.resize(bytes.capacity());
   std::size_t size = 0;
   while (const std::size_t count = read(std::span(bytes).subspan(size))) {
     size += count;

@@ -2,13 +2,18 @@
 
 #include <algorithm>
 
+#include "base/large_pages.h"
 #include "flash/image.h"
 #include "store/volume/layout.h"
 
 namespace vok::tool {
 
-KeptFlash::KeptFlash(u64 start, u64 end) : start_(start), bytes_(std::min<u64>(end, kFlashSize) - start) {
-  CopyFromFlash(bytes_.data(), start_, static_cast<u32>(bytes_.size()));
+KeptFlash::KeptFlash(u64 start, u64 end) : start_(start) {
+  const u64 size = std::min<u64>(end, kFlashSize) - start;
+  bytes_.reserve(size);
+  UseLargePages(bytes_.data(), size);
+  const u8* const first = VirtualMemoryAddress(start);
+  bytes_.assign(first, first + size);
 }
 
 KeptFlash::KeptFlash(const Section& section)
