@@ -92,15 +92,15 @@ class CInterfaceTest : public testing::Test {
 
 TEST_F(CInterfaceTest, ACheckTellsWhatAMountWillDoAndChangesNothing) {
   const std::string data = VOK_TEST_DATA;
-  // The last one is the first again with a block that a reorganisation was taking apart.
-  for (const std::string image : {"/v1/clean", "/v2/several", "/v3/missing_signature", "/v1/clean"}) {
-    SCOPED_TRACE(image);
-    const bool is_reorganising = image == "/v1/clean" && !codeplug_.empty();
-    Load(data + image.substr(0, 3) + "/psdt.bin", ReadFile(data + image + ".bin"));
-    if (is_reorganising) {
-      codeplug_.at(12) = 0x0F;
-      Load(data + "/v1/psdt.bin", codeplug_);
-    }
+  Bytes reorganising = ReadFile(data + "/v1/clean.bin");
+  reorganising.at(12) = 0x0F;  // the state of a block that a reorganisation takes apart
+  const std::vector<std::pair<std::string, Bytes>> images = {{"/v1", ReadFile(data + "/v1/clean.bin")},
+                                                             {"/v2", ReadFile(data + "/v2/several.bin")},
+                                                             {"/v3", ReadFile(data + "/v3/missing_signature.bin")},
+                                                             {"/v1", reorganising}};
+  for (const auto& [version, image] : images) {
+    SCOPED_TRACE(version);
+    Load(data + version + "/psdt.bin", image);
     const std::vector<vok_report> check = Reports(vok_check);
     EXPECT_EQ(Flash(), codeplug_);
     EXPECT_EQ(vok_close(), 138) << "a check mounts nothing";

@@ -80,7 +80,7 @@ void WriteFlashWord32(FlashAddress address, u32 value);
 /// Copies @p count bytes in, which may come from the image itself.
 void CopyToFlash(FlashAddress address, const u8* data, u32 count);
 
-/// Sets @p count bytes to 0xFF.
+/// Sets @p count bytes to 0xFF, as far as they lie inside the image.
 void FillErased(FlashAddress address, u32 count);
 
 /// Sets the whole image to 0xFF. @return 0

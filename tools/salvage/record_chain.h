@@ -15,7 +15,7 @@ class RecordChain {
   static constexpr u64 kMostSteps = 16;
 
   /// Whether records follow one another from @p from down to @p to, no more than @p most of them.
-  bool Reaches(FlashAddress from, FlashAddress to, u64 most = kMostSteps) const;
+  bool Reaches(FlashAddress from, FlashAddress to, u64 most) const;
 
   /// Whether below the records that follow one another from @p from down nothing was written any more.
   bool EndsInFreeSpace(FlashAddress from) const;

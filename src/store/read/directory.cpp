@@ -45,7 +45,8 @@ u32 TypesIn(const u8* range) {
   return LoadFrom<u16>(range + range_field::kLastType) - LoadFrom<u16>(range + range_field::kFirstType) + 1u;
 }
 
-/// Chains the range at @p offset behind the last one; the first range lies at the arena's base and needs no link.
+/// Chains the range at @p offset behind the last one; for the first one, which lies at the arena's base,
+/// that writes the 0 which stands there.
 void LinkRange(PartitionRecord& partition, u32 offset) {
   u8* last = partition.directory_arena;
   while (u8* next = NextRange(partition, last)) last = next;

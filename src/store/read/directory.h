@@ -59,7 +59,7 @@ struct DirLocation {
   FlashAddress slot;
 };
 
-/// The same without the lock: for a caller who holds it, or whom nobody can disturb.
+/// What the directory knows of an item, for a caller who holds its lock, or whom nobody can disturb.
 inline DirLocation DirLook(const PartitionRecord& partition, const LocationCache& cache, u16 type, u16 id) {
   if (const TypeEntry entry = DirLookupType(partition, type); entry && entry.Covers(id)) {
     const FlashAddress slot = entry.slot(id);
@@ -70,6 +70,7 @@ inline DirLocation DirLook(const PartitionRecord& partition, const LocationCache
   return {DirKnowledge::kUnknown, 0};
 }
 
+/// The same under the lock.
 DirLocation DirFindLocation(PartitionRecord& partition, u16 type, u16 id);
 
 enum class NewItem : u8 { kNo, kYes };

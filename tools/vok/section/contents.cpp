@@ -219,7 +219,7 @@ void CompareFigures(const Section& section, std::vector<Finding>& findings) {
   const PartitionRecord& partition = PartitionAt(section.partition());
   for (u16 i = 0; i < partition.block_count; ++i) {
     const BlockRecord& told = partition.block_table[i];
-    const BlockView view = ViewBlock(partition, i);
+    const BlockView view = ViewBlock(partition, i, UnreachedSlots::kSkip, kNoSlot);
     if (told.dead_bytes == view.figures.dead_bytes && told.deleted_slots == view.figures.deleted_slots) continue;
     findings.push_back(
         {.block = i,

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "flash/image.h"
+#include "record_chain.h"
 #include "section/psdt_bytes.h"
 #include "section/signed_blocks.h"
 #include "store/volume/layout.h"
@@ -25,11 +26,6 @@ struct Run {
   u64 end() const { return start + size * count; }
   FlashRange range() const { return {.start = start, .end = end()}; }
 };
-
-bool IsErased(const FlashRange& range) {
-  const u8* const first = VirtualMemoryAddress(range.start);
-  return std::all_of(first, first + (range.end - range.start), [](u8 byte) { return byte == kErasedByte; });
-}
 
 /// Settles where the sections lie.
 class Mender {
@@ -117,7 +113,7 @@ void Mender::KeepIfFitting(std::size_t index) {
   if (run.count == 0 || run.start % 4 != 0 || !IsFree(run.range()) || HoldsForeign(run)) return;
   const auto is_owned = [index](const tool::Run& block) { return block.owner == index; };
   if (CountSigned(run.start, run.size, run.count) != 0 ||
-      (std::ranges::none_of(signed_, is_owned) && !IsErased(run.range())))
+      (std::ranges::none_of(signed_, is_owned) && !IsErased(run.start, run.end())))
     runs_.push_back(run);
 }
 
@@ -166,7 +162,7 @@ void Mender::NameOwner(tool::Run& run) const {
 /// A block whose signature is damaged, too, lies beside the others.
 void Mender::Extend(tool::Run& run) const {
   const u64 wanted = run.owner ? std::min<u64>(records_[*run.owner].block_count, run.count + 4) : run.count;
-  const auto is_taken = [this](const FlashRange& range) { return IsFree(range) && !IsErased(range); };
+  const auto is_taken = [this](const FlashRange& range) { return IsFree(range) && !IsErased(range.start, range.end); };
   while (run.count < wanted) {
     const FlashRange after{.start = run.end(), .end = run.end() + run.size};
     const FlashRange before{.start = run.start - std::min(run.start, run.size), .end = run.start};
