@@ -20,6 +20,7 @@ TEST_F(HandTest, SlipsOfTheFingersAreUnderstood) {
   const std::string pair = ' ' + image_.Pair();
   ExpectTold("lsit" + pair, 2, "did you mean 'list'?");
   ExpectTold("list --jsno" + pair, 2, "did you mean '--json'?");
+  ExpectTold("--rebuilt list" + pair, 2, "--rebuilt is an option of the command and stands behind its name");
   ExpectTold("list CPGA other" + pair, 2, "'other' is one argument too many");
   ExpectTold("list none" + pair, 1, "section none is not in the PSDT, which has CPGA");
   EXPECT_EQ(RunWell("list cpga" + pair), RunWell("list CPGA" + pair));

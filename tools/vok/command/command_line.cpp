@@ -2,6 +2,8 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
+
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
@@ -111,12 +113,18 @@ std::vector<std::string> OptionNames(const Parser& parser) {
   return names;
 }
 
+WrongCommandLine UnexpectedOption(const Parser& parser, const std::string& word) {
+  const std::vector<std::string> names = OptionNames(parser);
+  if (std::ranges::find(names, word) != names.end())
+    return WrongCommandLine(fmt::format("{} is an option of the command and stands behind its name", word));
+  return WrongCommandLine(fmt::format("unknown option {}{}", word, DidYouMean(word, names)));
+}
+
 /// Names the first word that nothing took.
 WrongCommandLine UnexpectedWord(const Parser& parser) {
   const std::vector<std::string> words = parser.app.remaining(true);
   const std::string& word = words.front();
-  if (word.starts_with('-'))
-    return WrongCommandLine(fmt::format("unknown option {}{}", word, DidYouMean(word, OptionNames(parser))));
+  if (word.starts_with('-')) return UnexpectedOption(parser, word);
   if (NamedCommand(parser) == nullptr) return UnknownCommand(parser, word);
   return WrongCommandLine(fmt::format("'{}' is one argument too many", word));
 }
