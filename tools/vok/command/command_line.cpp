@@ -2,9 +2,8 @@
 
 #include <fmt/core.h>
 
-#include <algorithm>
-
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 
 #include "base/failure.h"
